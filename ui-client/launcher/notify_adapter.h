@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+// Process-wide relay for code that has no reference to the interface (the extractor on the
+// worker thread): it re-emits progress and label texts as signals. It belongs to the
+// interface thread (its first use is there), so its receivers get queued calls.
+class Notify_Adapter : public QObject {
+    Q_OBJECT
+public:
+    static Notify_Adapter* GetInstance();
+
+    void UpdateProgress(int total, int current);
+    void UpdateDialogText(QString text);
+
+signals:
+    void sigUpdateProgress(int total, int current);
+    void sigUpdateDialogText(QString text);
+
+private:
+    Notify_Adapter() = default;
+};
