@@ -115,6 +115,9 @@ public:
     static ustring normalize(const ustring& s, normalization_form f);
 
 private:
+    // Lets the unit tests read the buffer capacities, which nothing public reveals.
+    friend struct ustring_test_access;
+
     char* data;
     unsigned long data_len;
     unsigned long data_cap;
