@@ -25,3 +25,5 @@ public:
 private:
     Map entries;
 };
+
+#include "config_p.h"

@@ -1,0 +1,176 @@
+#include "log.h"
+
+#include <climits>
+#include <ctime>
+#include <syslog.h>
+
+#include "config.h"
+
+Logger::Type Logger::log_type = Logger::TYPE_STDOUT;
+FILE* Logger::log_fp = stderr;
+int Logger::log_size = -1;
+int Logger::rotate_cnt = 50;
+ustring Logger::log_path;
+std::map<ustring, int> Logger::log_level;
+// Statically initialised so that messages logged before anything else has run are safe.
+pthread_mutex_t Logger::log_lock = PTHREAD_MUTEX_INITIALIZER;
+
+namespace {
+
+const int kDefaultThreshold = Logger::LEVEL_WARNING;
+const int kRotateThreshold = 1048576;
+
+// LogMsg peeks at the stream without the lock to drop messages cheaply once logging has
+// stopped; Rotate swaps the stream under the lock. Atomic access keeps that peek well-defined.
+FILE* LoadStream(FILE* const& fp) {
+    return __atomic_load_n(&fp, __ATOMIC_RELAXED);
+}
+void StoreStream(FILE*& fp, FILE* value) {
+    __atomic_store_n(&fp, value, __ATOMIC_RELAXED);
+}
+
+} // namespace
+
+int Logger::Initialize(Type type, const ustring& path, const ustring& debug_path, int rotate_count) {
+    log_level[ustring("default_component")] = kDefaultThreshold;
+    if (!debug_path.empty()) {
+        // An unreadable or malformed switch file leaves an empty Config, so it sets nothing.
+        Config config;
+        config.read(debug_path);
+        for (const auto& entry : config)
+            log_level[entry.first] = config.get_int(entry.first);
+    }
+
+    log_type = type;
+    switch (type) {
+    case TYPE_STDERR:
+        StoreStream(log_fp, stderr);
+        break;
+    case TYPE_STDOUT:
+        StoreStream(log_fp, stdout);
+        break;
+    case TYPE_SYSLOG:
+        StoreStream(log_fp, nullptr);
+        break;
+    default: {
+        // On failure the previous stream stays in use, so start-up messages still reach stderr.
+        if (path.empty())
+            return -1;
+        FILE* fp = fopen(path.c_str(), "a");
+        if (!fp)
+            return -1;
+        StoreStream(log_fp, fp);
+        // Counts this process's bytes only: a file may grow past the limit over several runs.
+        log_size = 0;
+        log_path = path;
+        rotate_cnt = rotate_count;
+        return 0;
+    }
+    }
+    log_path.clear();
+    log_size = -1;
+    return 0;
+}
+
+void Logger::Destroy() {
+    if (log_type != TYPE_FILE)
+        return;
+    // After a failed Initialize the stream is still a standard one, which must stay open.
+    if (log_fp && log_fp != stdout && log_fp != stderr)
+        fclose(log_fp);
+    StoreStream(log_fp, stdout);
+    log_size = -1;
+    log_type = TYPE_STDERR;
+    log_path.clear();
+    rotate_cnt = 32;
+}
+
+void Logger::LogMsg(Level level, const ustring& component, const char* format, ...) {
+    va_list ap;
+    va_start(ap, format);
+    LogMsg2(level, component, format, ap);
+    va_end(ap);
+}
+
+void Logger::LogMsg2(Level level, const ustring& component, const char* format, va_list ap) {
+    if (log_type != TYPE_SYSLOG && LoadStream(log_fp) == nullptr)
+        return;
+
+    // A thread cancelled while holding the lock would silence every other thread for good.
+    int old_cancel_state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &old_cancel_state);
+    pthread_mutex_lock(&log_lock);
+
+    const auto found = log_level.find(component);
+    const int threshold = found == log_level.end() ? kDefaultThreshold : found->second;
+    int written = 0;
+    if (threshold >= level) {
+        switch (log_type) {
+        case TYPE_SYSLOG:
+            vsyslog(LOG_ERR, format, ap);
+            break;
+        case TYPE_STDOUT:
+        case TYPE_STDERR:
+        case TYPE_FILE:
+            if (log_fp) {
+                const time_t now = time(nullptr);
+                struct tm local;
+                char stamp[512];
+                stamp[0] = '\0';
+                if (localtime_r(&now, &local))
+                    strftime(stamp, sizeof(stamp), "%b %d %H:%M:%S ", &local);
+                const int stamp_len = fprintf(log_fp, "%s", stamp);
+                const int text_len = vfprintf(log_fp, format, ap);
+                fflush(log_fp);
+                written = stamp_len + text_len;
+            }
+            break;
+        default:
+            vfprintf(stderr, format, ap);
+            break;
+        }
+    }
+
+    if (log_type == TYPE_FILE && log_size >= 0 && written >= 0) {
+        log_size = written > INT_MAX - log_size ? INT_MAX : log_size + written;
+        // The message that crosses the limit stays in the old file; the next starts a new one.
+        if (log_size > kRotateThreshold) {
+            Rotate();
+            log_size = 0;
+        }
+    }
+
+    pthread_mutex_unlock(&log_lock);
+    pthread_setcancelstate(old_cancel_state, nullptr);
+}
+
+int Logger::Rotate() {
+    const char* path = log_path.c_str();
+    char from[1024];
+    char to[1024];
+    // Oldest first, so that no file is overwritten before it has moved up one number.
+    for (int i = rotate_cnt - 2; i >= 0; --i) {
+        snprintf(from, sizeof(from), "%s_%d", path, i);
+        snprintf(to, sizeof(to), "%s_%d", path, i + 1);
+        rename(from, to);
+    }
+    snprintf(from, sizeof(from), "%s_%d", path, rotate_cnt - 1);
+    remove(from);
+
+    if (log_fp)
+        fclose(log_fp);
+    StoreStream(log_fp, nullptr);
+    // A failed rename or reopen leaves no stream: logging stops until Initialize runs again.
+    snprintf(to, sizeof(to), "%s_%d", path, 0);
+    if (rename(path, to) != 0)
+        return -1;
+    FILE* fp = fopen(path, "a");
+    if (!fp)
+        return -1;
+    StoreStream(log_fp, fp);
+    return 0;
+}
+
+void LogMSG_c(int level, const char* component, const char* format, va_list ap) {
+    Logger::LogMsg2(static_cast<Logger::Level>(level), ustring(component ? component : ""), format, ap);
+}

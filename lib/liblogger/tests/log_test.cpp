@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <thread>
+
+#include "file_tree.h"
+#include "log.h"
+#include "temp_dir.h"
+
+namespace {
+
+// Logger state is process-wide: tests re-initialise and use their own component names.
+class LoggerTest : public ::testing::Test {
+protected:
+    void TearDown() override { Logger::Destroy(); }
+
+    testsupport::TempDir dir;
+    const std::string log = dir / "launcher.log";
+};
+
+const std::string kStamp = "[A-Z][a-z]{2} [0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9] ";
+
+TEST_F(LoggerTest, DebugFileRaisesOnlyTheComponentsItNamesAndAMalformedOneSetsNothing) {
+    ASSERT_TRUE(testsupport::writeFile(dir / "bad.debug", "syn_svc=7\nsyn_bad\n"));
+    ASSERT_TRUE(testsupport::writeFile(dir / "good.debug", "thr_svc=7\ndefault_component=7\nthr_quiet=3\n"));
+    ASSERT_EQ(Logger::Initialize(Logger::TYPE_STDERR, "", dir / "bad.debug", 50), 0);
+    ASSERT_EQ(Logger::Initialize(Logger::TYPE_FILE, log, dir / "good.debug", 50), 0);
+    Logger::LogMsg(Logger::LEVEL_DEBUG, "thr_svc", "[DEBUG] a(%d): svc %s\n", 1, "x");
+    Logger::LogMsg(Logger::LEVEL_INFO, "thr_other", "[INFO] a(%d): other\n", 2);
+    Logger::LogMsg(Logger::LEVEL_WARNING, "thr_other", "[WARNING] a(%d): other\n", 3);
+    Logger::LogMsg(Logger::LEVEL_WARNING, "thr_quiet", "[WARNING] a(%d): quiet\n", 4);
+    Logger::LogMsg(Logger::LEVEL_DEBUG, "syn_svc", "[DEBUG] a(%d): malformed\n", 5);
+    EXPECT_TRUE(std::regex_match(testsupport::readFile(log), std::regex(kStamp + R"(\[DEBUG\] a\(1\): svc x\n)" +
+                                                                        kStamp + R"(\[WARNING\] a\(3\): other\n)")));
+}
+
+TEST_F(LoggerTest, RotationShiftsNumberedFilesAndKeepsTheCrossingMessageInTheOldFile) {
+    // Bytes already in the file do not count: only this process's writes lead to a rotation.
+    ASSERT_TRUE(testsupport::writeFile(log, "from an earlier run\n"));
+    ASSERT_EQ(Logger::Initialize(Logger::TYPE_FILE, log, "", 3), 0);
+    // 16-byte stamp + 1008 bytes of text: the 1025th message of a file takes it past 1 MiB.
+    const std::string pad(986, '.');
+    for (int i = 0; i < 4 * 1025 + 10; ++i)
+        Logger::LogMsg(Logger::LEVEL_ERROR, "rot", "[ERROR] r(%d): %06d %s\n", 1, i, pad.c_str());
+    auto first_and_size = [](const std::string& path) {
+        const std::string text = testsupport::readFile(path);
+        return text.substr(30, 6) + "/" + std::to_string(text.size());
+    };
+    EXPECT_EQ(first_and_size(log), "004100/10240");
+    EXPECT_EQ(first_and_size(log + "_0"), "003075/1049600");
+    EXPECT_EQ(first_and_size(log + "_1"), "002050/1049600");
+    EXPECT_FALSE(testsupport::exists(log + "_2"));
+}
+
+TEST_F(LoggerTest, FailedInitializeLeavesMessagesOnStandardError) {
+    ASSERT_EQ(Logger::Initialize(Logger::TYPE_STDERR, "", "", 50), 0);
+    ASSERT_TRUE(testsupport::writeFile(dir / "not-a-folder", ""));
+    EXPECT_EQ(Logger::Initialize(Logger::TYPE_FILE, dir / "not-a-folder/launcher.log", "", 50), -1);
+    testing::internal::CaptureStderr();
+    Logger::LogMsg(Logger::LEVEL_ERROR, "ro", "[ERROR] ro(%d): still here\n", 7);
+    EXPECT_TRUE(std::regex_match(testing::internal::GetCapturedStderr(),
+                                 std::regex(kStamp + R"(\[ERROR\] ro\(7\): still here\n)")));
+}
+
+TEST_F(LoggerTest, MessagesFromTwoThreadsNeverInterleave) {
+    ASSERT_EQ(Logger::Initialize(Logger::TYPE_FILE, log, "", 50), 0);
+    auto writer = [](int id) {
+        for (int i = 0; i < 2000; ++i)
+            Logger::LogMsg(Logger::LEVEL_ERROR, "mt", "[ERROR] mt(%d): thread %d message %04d\n", 1, id, i);
+    };
+    std::thread other(writer, 2);
+    writer(1);
+    other.join();
+    // Every message has the same length, so an interleaved pair would break the fixed grid.
+    const std::string text = testsupport::readFile(log);
+    ASSERT_EQ(text.size(), 4000u * 53);
+    const std::regex line(kStamp + R"(\[ERROR\] mt\(1\): thread [12] message [0-9]{4}\n)");
+    for (size_t at = 0; at < text.size(); at += 53)
+        ASSERT_TRUE(std::regex_match(text.substr(at, 53), line)) << text.substr(at, 53);
+}
+
+} // namespace
