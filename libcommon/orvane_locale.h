@@ -8,6 +8,8 @@
 class OrvaneLocale {
 public:
     static QString getDefaultLanguage();
+    // The language getDefaultLanguage picks when the system locale is named localeName (such as "zh_TW").
+    static QString getLanguageForLocale(const QString& localeName);
     static bool isLanguageInstalled(const QString& code);
     static QStringList getSupportedLanguages();
     static QString getStrLanguageFallSafe();
