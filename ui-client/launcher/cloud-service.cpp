@@ -1,1 +1,240 @@
-// placeholder: being written
+#include "cloud-service.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QSettings>
+#include <QString>
+#include <QVariant>
+#include <cstdio>
+
+#include "extractor.h"
+#include "file-op.h"
+#include "log.h"
+
+namespace {
+
+const char* const kComponent = "service_debug";
+
+// Backup names run from _tmp to _tmp9; a leftover of a killed run may hold any of them.
+const int kBackupAttempts = 10;
+
+ustring ToUtf8(const QString& text) {
+    const QByteArray utf8 = text.toUtf8();
+    return ustring(utf8.constData());
+}
+
+void ReadVersionKey(QSettings& settings, const char* key, ustring& field) {
+    const QString name = QString::fromLatin1(key);
+    // An absent key keeps what the field held, so a half-written INFO file never blanks a
+    // value that an earlier read found.
+    if (settings.contains(name))
+        field = ToUtf8(settings.value(name).toString());
+}
+
+void ReadVersionFile(const ustring& path, ustring& major, ustring& minor, ustring& build, ustring& overlay) {
+    QSettings settings(QString::fromUtf8(path.c_str()), QSettings::IniFormat);
+    settings.beginGroup(QStringLiteral("Version"));
+    ReadVersionKey(settings, "major_version", major);
+    ReadVersionKey(settings, "minor_version", minor);
+    ReadVersionKey(settings, "build_version", build);
+    ReadVersionKey(settings, "icon_overlay_version", overlay);
+}
+
+} // namespace
+
+static ustring GetAppBackupDir(const ustring& app_path, int index) {
+    ustring name = app_path + "_tmp";
+    if (index == 0)
+        return name;
+    char postfix[8];
+    if (snprintf(postfix, sizeof(postfix), "%d", index) < 0) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                       "[ERROR] cloud-service(%d): snprintf failed (continuing without postfix)\n", __LINE__);
+        postfix[0] = '\0';
+    }
+    return name + postfix;
+}
+
+// The base leaves the unit of the timeout to the platform; zero keeps it defined until one is set.
+Service::Service() : timeout(0) {}
+
+Service::~Service() = default;
+
+void Service::SetTimeout(int value) {
+    timeout = value;
+}
+
+ustring Service::GetUserInstallPath() {
+    return ToUtf8(QDir::homePath());
+}
+
+ustring Service::GetRootVelmoraInstallPath() {
+    QString path = QCoreApplication::applicationDirPath();
+    path += QStringLiteral("/");
+    path += QStringLiteral("../..");
+    // Lexical only: the bundle root is where the executable was started from, even through a link.
+    return ToUtf8(QDir::cleanPath(path));
+}
+
+ustring Service::GetRootVelmoraResourceInstallPath() {
+    return GetRootVelmoraInstallPath() + "/Contents/Resources";
+}
+
+ustring Service::GetUserVelmoraInstallPath() {
+    return GetUserInstallPath() + "/" + ".Velmora";
+}
+
+ustring Service::GetUserVelmoraAppInstallPath() {
+    return GetUserVelmoraInstallPath() + "/" + "Velmora.app";
+}
+
+ustring Service::GetUserVelmoraDataInstallPath() {
+    return GetUserVelmoraInstallPath() + "/" + "data";
+}
+
+void Service::LoadSourceVersion() {
+    const ustring path = GetUserVelmoraAppInstallPath() + "/Contents/Resources" + "/" + "INFO";
+    if (!IsFileExist(path, false)) {
+        Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): source does not exist\n", __LINE__);
+        return;
+    }
+    ReadVersionFile(path, source_major_version, source_minor_version, source_build_version,
+                    source_icon_overlay_version);
+    Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): source_version = (%s, %s, %s, %s)\n",
+                   __LINE__, source_major_version.c_str(), source_minor_version.c_str(), source_build_version.c_str(),
+                   source_icon_overlay_version.c_str());
+}
+
+void Service::LoadTargetVersion() {
+    // A missing bundle INFO reads as a file without keys: the decision then rests on the
+    // per-user executable alone.
+    const ustring path = GetRootVelmoraResourceInstallPath() + "/" + "INFO";
+    ReadVersionFile(path, target_major_version, target_minor_version, target_build_version,
+                    target_icon_overlay_version);
+    Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): target_version = (%s, %s, %s, %s)\n",
+                   __LINE__, target_major_version.c_str(), target_minor_version.c_str(), target_build_version.c_str(),
+                   target_icon_overlay_version.c_str());
+}
+
+int Service::PrepareUserEnv() {
+    const ustring app_path = user_app_path;
+    ustring backup_path;
+    int attempt = 0;
+
+    // The old installation is moved aside, never deleted, until the new one is complete.
+    if (IsFileExist(app_path, false)) {
+        for (attempt = 0;; ++attempt) {
+            backup_path = GetAppBackupDir(app_path, attempt);
+            if (FSRename(app_path, backup_path, false) == 0)
+                break;
+            Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                           "[ERROR] cloud-service(%d): failed to backup app from '%s' -> '%s'\n", __LINE__,
+                           app_path.c_str(), backup_path.c_str());
+            if (attempt == kBackupAttempts - 1) {
+                Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                               "[ERROR] cloud-service(%d): failed to backup app from '%s' -> '%s' at max retries, "
+                               "exiting\n",
+                               __LINE__, app_path.c_str(), backup_path.c_str());
+                return -1;
+            }
+        }
+    }
+
+    if (ExtractPackage() == 0) {
+        Logger::LogMsg(Logger::LEVEL_INFO, kComponent,
+                       "[INFO] cloud-service(%d): user installation is ready, removing backup app\n", __LINE__);
+        // Lower numbers are leftovers of killed runs that blocked the earlier attempts; number 0
+        // may be one even when there was nothing to back up this time.
+        for (int n = 0; n <= attempt; ++n)
+            FSRemove(GetAppBackupDir(app_path, n), false);
+        return 0;
+    }
+
+    if (backup_path.empty()) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                       "[ERROR] cloud-service(%d): Failed to extract package, and no old installation to rollback\n",
+                       __LINE__);
+        return -1;
+    }
+    Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                   "[ERROR] cloud-service(%d): Failed to extract package, rollback to old installation\n", __LINE__);
+    // The partial folder must go first: a move onto a non-empty folder fails, and then the old
+    // installation simply stays under its backup name.
+    FSRemove(app_path, false);
+    FSRename(backup_path, app_path, false);
+    return -1;
+}
+
+int Service::ExtractPackage() {
+    const ustring package = GetRootVelmoraResourceInstallPath() + "/package/velmora.hpk";
+    const ustring dest = GetUserVelmoraAppInstallPath();
+    if (FSMKDir(dest, true) < 0) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] cloud-service(%d): failed to create folder: '%s'\n",
+                       __LINE__, dest.c_str());
+        return -1;
+    }
+    Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): extract package: '%s' -> '%s'\n",
+                   __LINE__, package.c_str(), dest.c_str());
+    Extractor extractor;
+    extractor.src = package;
+    extractor.dest = dest;
+    return extractor.Extract();
+}
+
+void Service::RemoveAgedFolders() {
+    const ustring path = GetUserVelmoraInstallPath() + "/app";
+    Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): removing aged app folder %s\n", __LINE__,
+                   path.c_str());
+    FSRemove(path, false);
+}
+
+int Service::FSCopyPath(const ustring& src, const ustring& dst) {
+    Logger::LogMsg(Logger::LEVEL_DEBUG, kComponent, "[DEBUG] cloud-service(%d): copy from '%s' to '%s'\n", __LINE__,
+                   src.c_str(), dst.c_str());
+    FILE_INFO info;
+    if (FSStat(src, info, false) < 0) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                       "[ERROR] cloud-service(%d): FSCopyPath: failed to stat source '%s'\n", __LINE__, src.c_str());
+        return -1;
+    }
+    if (!info.exists) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                       "[ERROR] cloud-service(%d): FSCopyPath: source path '%s' does not exist\n", __LINE__,
+                       src.c_str());
+        return -1;
+    }
+    if (info.type != FS_TYPE_DIR)
+        return FSCopy(src, dst, false) < 0 ? -1 : 0;
+
+    if (FSMKDir(dst, true) < 0) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                       "[ERROR] cloud-service(%d): FSCopyPath: failed to create dest folder '%s'\n", __LINE__,
+                       dst.c_str());
+        return -1;
+    }
+    DIR_HANDLE handle;
+    if (FSOpenDir(src, 0, handle) < 0) {
+        Logger::LogMsg(Logger::LEVEL_WARNING, kComponent,
+                       "[WARNING] cloud-service(%d): FSCopyPath: failed to create handle  for src '%s' failed\n",
+                       __LINE__, src.c_str());
+        return 0;
+    }
+    DIR_ENTRY entry;
+    while (FSReadDir(handle, entry) > 0) {
+        if (entry.name == ustring(".") || entry.name == ustring(".."))
+            continue;
+        const ustring child_src = src + "/" + entry.name;
+        const ustring child_dst = dst + "/" + entry.name;
+        const int ret =
+            entry.type == FS_TYPE_DIR ? FSCopyPath(child_src, child_dst) : FSCopy(child_src, child_dst, false);
+        if (ret < 0) {
+            Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                           "[ERROR] cloud-service(%d): FSCopyPath: failed to copy from '%s' to '%s'\n", __LINE__,
+                           child_src.c_str(), child_dst.c_str());
+            FSCloseDir(handle);
+            return -1;
+        }
+    }
+    FSCloseDir(handle);
+    return 0;
+}

@@ -11,18 +11,28 @@ public:
     Service();
     virtual ~Service();
 
+    // Ends the running client interface so its folder can be replaced.
     virtual void StopService() = 0;
     virtual void SetTimeout(int timeout);
+    // 0 when the per-user copy was refreshed; negative when the old copy (if any) was kept.
     virtual int HandlePackageUpgrade() = 0;
+    // Starts the per-user client; called whether or not an upgrade ran or succeeded.
     virtual void PostUpgrade() = 0;
+    // Loads both version records; must run before IsNeedUpgrade.
     virtual void PreUpgrade() = 0;
     virtual bool IsNeedUpgrade() = 0;
+    // Unpacks the bundle's package into the per-user application folder: 0, or negative.
     virtual int ExtractPackage();
+    // Fill the source (per-user) or target (bundle) fields from INFO; a missing key keeps the field.
     virtual void LoadSourceVersion();
     virtual void LoadTargetVersion();
+    // Moves the per-user copy aside, unpacks, then drops the backups or moves the old copy back.
+    // 0 on success; -1 on failure, with the old copy moved back (or left under its backup name).
     virtual int PrepareUserEnv();
 
+    // Copies a file or a folder tree: 0, or -1 at the first failure (what was copied stays).
     int FSCopyPath(const ustring& src, const ustring& dst);
+    // Deletes the application folder of the older layout, ~/.Velmora/app.
     void RemoveAgedFolders();
 
     // Install layout; computed afresh on every call, so a changed home folder is seen at once.

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "cloud-service.h"
+
+// The macOS steps of the upgrade: the decision, stopping the running client interface before
+// its folder is replaced, and opening the per-user client at the end. The Worker owns one and
+// drives it on the worker thread only.
+class MacService : public Service {
+public:
+    MacService();
+    ~MacService() override;
+
+    // A process-wide instance for callers without a Worker; the Worker builds its own.
+    static MacService* GetInstace();
+
+    void StopService() override;
+    int HandlePackageUpgrade() override;
+    void PostUpgrade() override;
+    void PreUpgrade() override;
+    bool IsNeedUpgrade() override;
+
+    void LoadSourceVerInfo();
+    void LoadTargetVerInfo();
+    // Whether the client executable exists in the per-user application folder.
+    bool PerUserBinPathExist();
+    // Asks the desktop to open ~/.Velmora/Velmora.app: 0 when it accepted, -1 otherwise.
+    static int LaunchPerUserBin();
+};
