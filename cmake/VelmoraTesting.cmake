@@ -8,7 +8,8 @@ function(velmora_add_test name)
     add_executable(${name} ${ARG_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE velmora::options GTest::gtest GTest::gtest_main ${ARG_LIBS})
-    set(env LANG=C.UTF-8 LC_ALL=C.UTF-8 QT_QPA_PLATFORM=offscreen ${ARG_ENV})
+    set(env LANG=C.UTF-8 LC_ALL=C.UTF-8 QT_QPA_PLATFORM=offscreen
+        LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/testsupport/lsan.supp ${ARG_ENV})
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${CMAKE_COMMAND};-E;env;${env}")
     gtest_discover_tests(${name}
         DISCOVERY_TIMEOUT 60

@@ -33,7 +33,7 @@ std::map<std::string, std::string> snapshot(const std::string& root) {
     std::error_code ec;
     for (auto it = fs::recursive_directory_iterator(root, ec); !ec && it != fs::recursive_directory_iterator();
          it.increment(ec)) {
-        const std::string rel = fs::relative(it->path(), root).string();
+        const std::string rel = it->path().lexically_relative(root).string();
         if (it->is_symlink())
             tree[rel] = "-> " + fs::read_symlink(it->path()).string();
         else if (it->is_directory())
