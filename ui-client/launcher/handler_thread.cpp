@@ -1,1 +1,5 @@
-// placeholder: being written
+#include "handler_thread.h"
+
+void HandlerThread::run() {
+    exec();
+}

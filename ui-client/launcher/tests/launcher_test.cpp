@@ -1,1 +1,103 @@
-// placeholder: being written
+#include <QApplication>
+#include <QDesktopServices>
+#include <QTimer>
+#include <QUrl>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "file_tree.h"
+#include "launcher.h"
+#include "notify_adapter.h"
+#include "processing_progress_dialog.h"
+#include "str_table.h"
+#include "temp_dir.h"
+
+using namespace testsupport;
+
+namespace {
+
+// Stands in for the desktop: records, after an optional pause, the file a run opens.
+class Desktop : public QObject {
+    Q_OBJECT
+public slots:
+    void open(const QUrl& url) {
+        opening = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+        opened = url.toLocalFile().toStdString();
+    }
+
+public:
+    int delayMs = 0;
+    std::atomic<bool> opening{false};
+    std::string opened;
+};
+
+// The test executable's bundle has neither INFO nor package: without a per-user client a run
+// wants an upgrade that fails, with one it has nothing to do.
+class LauncherTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        static int argc = 1;
+        static char* argv[] = {const_cast<char*>("launcher_test"), nullptr};
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        // Never destroyed: the offscreen platform plugin would leak its screen at teardown.
+        [[maybe_unused]] static QApplication* app = new QApplication(argc, argv);
+        StrTable::InitStrTable();
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), &desktop_, "open");
+    }
+    void TearDown() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
+    static ProcessingProgressDialog* Dialog() {
+        for (QWidget* w : QApplication::topLevelWidgets())
+            if (auto* d = qobject_cast<ProcessingProgressDialog*>(w))
+                return d;
+        return nullptr;
+    }
+    // One run through the event loop, as main does it; tells whether the dialog was ever shown
+    // (only showing gives it a window).
+    bool RunShowsDialog() {
+        Launcher launcher;
+        QTimer::singleShot(60000, &launcher, [] { ADD_FAILURE() << "no end", QCoreApplication::quit(); });
+        launcher.Run();
+        launcher.Start();
+        QCoreApplication::exec();
+        EXPECT_TRUE(Dialog()->value() == 100 && !Dialog()->isVisible());
+        EXPECT_EQ(desktop_.opened, home_.path() + "/.Velmora/Velmora.app");
+        return Dialog()->windowHandle() != nullptr;
+    }
+    ScratchHome home_;
+    Desktop desktop_;
+};
+
+TEST_F(LauncherTest, ProgressShowsTruncatedPercentageAndIgnoresEmptyTotal) {
+    Launcher launcher;
+    Notify_Adapter::GetInstance()->UpdateProgress(3, 2);
+    EXPECT_EQ(Dialog()->value(), 66);
+    Notify_Adapter::GetInstance()->UpdateProgress(0, 1);
+    EXPECT_EQ(Dialog()->value(), 66);
+    EXPECT_FALSE(Dialog()->isVisible());
+}
+
+TEST_F(LauncherTest, DialogShowsOnlyForUpgradeAndEveryRunEndsHiddenAt100WithClientOpened) {
+    EXPECT_TRUE(RunShowsDialog());
+    writeFile(home_.path() + "/.Velmora/Velmora.app/Contents/MacOS/cloud-ui", "");
+    writeFile(home_.path() + "/.Velmora/Velmora.app/Contents/Resources/INFO", "[Version]\nbuild_version=1\n");
+    EXPECT_FALSE(RunShowsDialog());
+}
+
+// The event loop can end without LaunchDone (the user closed the dialog); tearing down must
+// neither abort the process nor cut the run short.
+TEST_F(LauncherTest, TearDownDuringRunWaitsForRunToFinish) {
+    desktop_.delayMs = 300;
+    auto* launcher = new Launcher;
+    launcher->Run();
+    launcher->Start();
+    for (int ms = 0; ms < 60000 && !desktop_.opening; ++ms)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    delete launcher;
+    EXPECT_EQ(desktop_.opened, home_.path() + "/.Velmora/Velmora.app");
+}
+
+} // namespace
+
+#include "launcher_test.moc"
