@@ -21,6 +21,11 @@ ArchiveBuilder& ArchiveBuilder::symlink(const std::string& path, const std::stri
     return *this;
 }
 
+ArchiveBuilder& ArchiveBuilder::hardlink(const std::string& path, const std::string& target) {
+    entries_.push_back({path, "", target, 0, 0644});
+    return *this;
+}
+
 bool ArchiveBuilder::write(const std::string& archive_path, Format format) const {
     archive* a = archive_write_new();
     if (!a)
@@ -58,11 +63,13 @@ bool ArchiveBuilder::write(const std::string& archive_path, Format format) const
             break;
         archive_entry_clear(e);
         archive_entry_set_pathname(e, it.path.c_str());
-        archive_entry_set_filetype(e, it.type);
+        archive_entry_set_filetype(e, it.type ? it.type : AE_IFREG);
         archive_entry_set_perm(e, it.mode);
         archive_entry_set_mtime(e, 1700000000, 0);
         if (it.type == AE_IFLNK)
             archive_entry_set_symlink(e, it.link.c_str());
+        else if (it.type == 0)
+            archive_entry_set_hardlink(e, it.link.c_str());
         archive_entry_set_size(e, it.type == AE_IFREG ? static_cast<la_int64_t>(it.content.size()) : 0);
         r = archive_write_header(a, e);
         if (r == ARCHIVE_OK && it.type == AE_IFREG && !it.content.empty()) {

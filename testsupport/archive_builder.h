@@ -14,6 +14,8 @@ public:
     ArchiveBuilder& dir(const std::string& path);
     ArchiveBuilder& file(const std::string& path, const std::string& content, int mode = 0644);
     ArchiveBuilder& symlink(const std::string& path, const std::string& target);
+    // A hard link to an entry added before it (target is that entry's path).
+    ArchiveBuilder& hardlink(const std::string& path, const std::string& target);
 
     // Writes the entries in the order they were added; false when libarchive fails.
     bool write(const std::string& archive_path, Format format = TarGz) const;
@@ -24,7 +26,7 @@ private:
         std::string path;
         std::string content;
         std::string link;
-        int type;
+        int type; // AE_IFREG, AE_IFDIR, AE_IFLNK; 0 for a hard link
         int mode;
     };
     std::vector<Entry> entries_;

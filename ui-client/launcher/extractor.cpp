@@ -4,6 +4,7 @@
 #include <archive_entry.h>
 #include <cstdio>
 #include <memory>
+#include <sys/stat.h>
 
 #include "log.h"
 #include "notify_adapter.h"
@@ -17,6 +18,23 @@ const size_t kBlockSize = 10240;
 // Replace what is in the way and refuse ".." so no entry can climb out of the destination;
 // owners, times and full permissions are deliberately not restored from the package.
 const int kWriteOptions = ARCHIVE_EXTRACT_UNLINK | ARCHIVE_EXTRACT_SECURE_NODOTDOT | ARCHIVE_EXTRACT_MAC_METADATA;
+
+// True when a folder on the way from dest to the entry's own name is a symbolic link on disk.
+// The writer refuses ".." but follows links, so a package that first writes a link pointing
+// out of dest could then place files through it, anywhere the user may write. The last name
+// may be a link: the writer replaces it rather than following it.
+bool PassesThroughLink(const ustring& dest, const char* path) {
+    ustring prefix = dest + "/";
+    for (const char* p = path; *p; ++p) {
+        if (*p == '/' && p != path && p[-1] != '/') {
+            struct stat st;
+            if (lstat(prefix.c_str(), &st) == 0 && S_ISLNK(st.st_mode))
+                return true;
+        }
+        prefix += *p;
+    }
+    return false;
+}
 
 // Freeing also closes, so every return path releases what it created.
 using Reader = std::unique_ptr<archive, decltype(&archive_read_free)>;
@@ -102,9 +120,23 @@ int Extractor::Extract() {
             result = -1;
             break;
         }
-        // Always joined with a "/", so even an absolute entry path lands below dest.
+        const char* hardlink = archive_entry_hardlink(entry);
+        if (PassesThroughLink(dest, path) || (hardlink && PassesThroughLink(dest, hardlink))) {
+            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                           "[ERROR] extractor(%d): archive_read_extract2 failed: '%s'\n", __LINE__,
+                           "Cannot extract through a symbolic link");
+            result = -1;
+            break;
+        }
+        // Always joined with a "/", so even an absolute entry path lands below dest. A hard
+        // link names another entry of the package, so its target is joined the same way;
+        // otherwise it would be looked up from the working folder. Both are computed before
+        // either is set: setting one may free the entry's texts.
         const ustring target = dest + "/" + ustring(path);
+        const ustring link_target = hardlink ? dest + "/" + ustring(hardlink) : ustring();
         archive_entry_set_pathname(entry, target.c_str_utf8());
+        if (hardlink)
+            archive_entry_set_hardlink(entry, link_target.c_str_utf8());
 
         if (archive_read_extract2(reader.get(), entry, writer.get()) != ARCHIVE_OK) {
             Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,

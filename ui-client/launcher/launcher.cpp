@@ -66,6 +66,6 @@ void Launcher::LaunchDone() {
     m_dialog->setValue(100);
     m_dialog->hide();
     m_worker->m_thread->quit();
-    m_worker->m_thread->wait();
+    m_worker->m_thread->WaitUntilFinished();
     QCoreApplication::quit();
 }

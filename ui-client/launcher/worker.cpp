@@ -37,7 +37,7 @@ void Worker::QuitThread() {
 }
 
 void Worker::JoinThread() {
-    m_thread->wait();
+    m_thread->WaitUntilFinished();
 }
 
 void Worker::HandleServicce() {

@@ -2,6 +2,7 @@
 #include <QThread>
 #include <gtest/gtest.h>
 #include <regex>
+#include <sys/stat.h>
 #include <thread>
 
 #include "archive_builder.h"
@@ -58,9 +59,11 @@ TEST_F(ExtractorTest, HostileBrokenOrMissingInputFailsWithItsLogLineAndStaysInDe
     ASSERT_TRUE(ArchiveBuilder().file("big", std::string(99999, 'x')).write(tmp / "t", ArchiveBuilder::Tar));
     ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 40000)) && writeFile(tmp / "text", "words"));
     ASSERT_TRUE(ArchiveBuilder().write(tmp / "empty", ArchiveBuilder::Tar));
+    ASSERT_TRUE(ArchiveBuilder().symlink("l", "..").file("l/escaped", "x").write(tmp / "out", ArchiveBuilder::Tar));
     const std::vector<std::tuple<std::string, std::string, std::string, size_t>> cases = {
         {tmp / "dots", tmp / "in/dest", "archive_read_extract2 failed: 'Path contains '..''\n", 1},
         {tmp / "cut", tmp / "cut_out", "archive_read_extract2 failed: 'Truncated", 0},
+        {tmp / "out", tmp / "in/ln", "archive_read_extract2 failed: 'Cannot extract through a symbolic link'\n", 1},
         {tmp / "empty", tmp / "in/o", "Failed to calculate total file numbers, ret: 0\n", 0},
         {tmp / "text", tmp / "in/o", "Failed to calculate total file numbers, ret: -1\n", 0},
         {tmp / "nope", tmp / "in/o", "archive_read_open_filename failed: 'Failed to open", 0},
@@ -72,6 +75,16 @@ TEST_F(ExtractorTest, HostileBrokenOrMissingInputFailsWithItsLogLineAndStaysInDe
         EXPECT_NE(log.find("[ERROR] extractor: " + logged), std::string::npos) << logged << log;
         EXPECT_EQ(reports.size(), n) << logged;
     }
-    EXPECT_EQ(snapshot(tmp / "in"), (Tree{{"dest", "/"}, {"dest/ok", "ok"}}));
-    EXPECT_TRUE(labels.size() == 5 && labels.count(QStringLiteral("Velmora is initializing...")) == 5);
+    EXPECT_EQ(snapshot(tmp / "in"), (Tree{{"dest", "/"}, {"dest/ok", "ok"}, {"ln", "/"}, {"ln/l", "-> .."}}));
+    EXPECT_TRUE(labels.size() == 6 && labels.count(QStringLiteral("Velmora is initializing...")) == 6);
+}
+
+// A hard link names another entry of the package, never a file of the working folder.
+TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
+    ASSERT_TRUE(
+        ArchiveBuilder().dir("d").file("d/a", "same").hardlink("b", "d/a").write(tmp / "pkg", ArchiveBuilder::Tar));
+    ASSERT_EQ(Extract(tmp / "pkg", tmp / "dest"), 0);
+    struct stat a, b;
+    ASSERT_TRUE(stat((tmp / "dest/d/a").c_str(), &a) == 0 && stat((tmp / "dest/b").c_str(), &b) == 0);
+    EXPECT_TRUE(a.st_ino == b.st_ino && readFile(tmp / "dest/b") == "same");
 }
