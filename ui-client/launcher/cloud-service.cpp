@@ -6,6 +6,7 @@
 #include <QString>
 #include <QVariant>
 #include <cstdio>
+#include <new>
 
 #include "extractor.h"
 #include "file-op.h"
@@ -32,12 +33,20 @@ void ReadVersionKey(QSettings& settings, const char* key, ustring& field) {
 }
 
 void ReadVersionFile(const ustring& path, ustring& major, ustring& minor, ustring& build, ustring& overlay) {
-    QSettings settings(QString::fromUtf8(path.c_str()), QSettings::IniFormat);
-    settings.beginGroup(QStringLiteral("Version"));
-    ReadVersionKey(settings, "major_version", major);
-    ReadVersionKey(settings, "minor_version", minor);
-    ReadVersionKey(settings, "build_version", build);
-    ReadVersionKey(settings, "icon_overlay_version", overlay);
+    // Qt's INI reader decodes every "@Variant(...)" value of the file when it loads it, and a
+    // corrupt one that claims an impossible size throws. A damaged INFO must read like a file
+    // without keys, never end the launcher before it has opened the client.
+    try {
+        QSettings settings(QString::fromUtf8(path.c_str()), QSettings::IniFormat);
+        settings.beginGroup(QStringLiteral("Version"));
+        ReadVersionKey(settings, "major_version", major);
+        ReadVersionKey(settings, "minor_version", minor);
+        ReadVersionKey(settings, "build_version", build);
+        ReadVersionKey(settings, "icon_overlay_version", overlay);
+    } catch (const std::bad_alloc&) {
+        Logger::LogMsg(Logger::LEVEL_WARNING, kComponent, "[WARNING] cloud-service(%d): unreadable version file '%s'\n",
+                       __LINE__, path.c_str());
+    }
 }
 
 } // namespace

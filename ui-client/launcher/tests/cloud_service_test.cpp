@@ -89,6 +89,8 @@ TEST_F(BundleTest, ReadsBuildNumbersLikeAtoiAndNeverDowngrades) {
         {"build_version=99\n[Version]\nmajor_version=3\n", "50", true, true},
         {"[Version]\nbuild_version=3487\n", "3400", true, false},
         {"[Version]\nbuild_version=3487\n", "3487", false, true},
+        // A serialised list claiming more elements than memory holds: Qt throws while loading.
+        {"[Version\n=@Variant(\\0\\0\\0\\xbr]\xb0)", "1", true, true},
     };
     for (const auto& [info, target, client, upgrade] : cases) {
         writeFile(App() + "/Contents/Resources/INFO", info);
@@ -99,6 +101,7 @@ TEST_F(BundleTest, ReadsBuildNumbersLikeAtoiAndNeverDowngrades) {
         EXPECT_EQ(upgrade, service.IsNeedUpgrade()) << info << "bundle build " << target;
     }
     EXPECT_TRUE(Logged("source version = 42, target version = 42\n"));
+    EXPECT_TRUE(Logged("unreadable version file '" + App() + "/Contents/Resources/INFO'\n"));
 }
 
 } // namespace
