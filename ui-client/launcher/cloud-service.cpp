@@ -190,6 +190,17 @@ int Service::ExtractPackage() {
     return extractor.Extract();
 }
 
+void Service::RemoveLeftoverBackups() {
+    for (int n = 0; n < kBackupAttempts; ++n) {
+        const ustring backup = GetAppBackupDir(user_app_path, n);
+        if (!IsFileExist(backup, false))
+            continue;
+        Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): removing leftover backup '%s'\n",
+                       __LINE__, backup.c_str());
+        FSRemove(backup, false);
+    }
+}
+
 void Service::RemoveAgedFolders() {
     const ustring path = GetUserVelmoraInstallPath() + "/app";
     Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): removing aged app folder %s\n", __LINE__,

@@ -44,6 +44,11 @@ public:
     static ustring GetUserVelmoraDataInstallPath();
 
 protected:
+    // Removes backups that a killed run left beside the per-user copy. Only for when the copy
+    // is known complete and current: while an upgrade is pending a backup may be the user's
+    // only full copy.
+    void RemoveLeftoverBackups();
+
     int timeout;
     ustring user_app_path;
     ustring target_major_version;

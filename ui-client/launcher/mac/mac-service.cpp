@@ -85,7 +85,11 @@ bool MacService::IsNeedUpgrade() {
                    "[DEBUG] mac/mac-service(%d): source version = %d, target version = %d\n", __LINE__, source, target);
     // A missing executable means a broken or absent copy, whatever its INFO says; otherwise only
     // a newer bundle replaces the user's copy, never an older one.
-    return !PerUserBinPathExist() || target > source;
+    const bool need = !PerUserBinPathExist() || target > source;
+    // Backups go only when no upgrade is pending: until then one may be the user's only full copy.
+    if (!need)
+        RemoveLeftoverBackups();
+    return need;
 }
 
 int MacService::HandlePackageUpgrade() {

@@ -1,0 +1,193 @@
+#include "launcher_scene.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <regex>
+#include <thread>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "file_tree.h"
+
+extern char** environ;
+
+namespace fs = std::filesystem;
+using testsupport::readFile;
+using testsupport::writeFile;
+
+namespace reliability {
+
+bool Eventually(const std::function<bool()>& condition) {
+    for (int i = 0; i < 600 && !condition(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    return condition();
+}
+
+std::string Diff(const Tree& got, const Tree& want) {
+    std::vector<std::string> found;
+    for (const auto& [path, content] : want) {
+        const auto it = got.find(path);
+        if (it == got.end() || it->second != content)
+            found.push_back((it == got.end() ? "missing " : "differs ") + path);
+    }
+    for (const auto& entry : got)
+        if (!want.count(entry.first))
+            found.push_back("extra " + entry.first);
+    std::string out;
+    for (size_t i = 0; i < found.size() && i < 5; ++i)
+        out += found[i] + "\n";
+    return found.size() > 5 ? out + "...\n" : out;
+}
+
+void MakeClient(const std::string& dir, int generation, int build, int files) {
+    fs::remove_all(dir);
+    fs::create_directories(fs::path(dir).parent_path());
+    fs::copy(VELMORA_CLIENT, dir, fs::copy_options::recursive);
+    const std::string info = "[Version]\nmajor_version=3\nminor_version=2\nicon_overlay_version=2\n";
+    writeFile(dir + "/Contents/Resources/INFO", info + "build_version=" + std::to_string(build) + "\n");
+    for (int i = 0; i < files; ++i) {
+        if (generation > 1 && i % 11 == 0)
+            continue;
+        std::minstd_rand rng(static_cast<unsigned>(i * 2 + (generation > 1 && i % 7 == 0)));
+        std::string text(20 + rng() % 1500, ' ');
+        for (char& c : text)
+            c = "abcdefghijklmnopqrstuvwxyz \n"[rng() % 28];
+        writeFile(dir + "/Contents/Resources/l10n/" + std::to_string(i % 40) + "/" + std::to_string(i % 3) +
+                      "/strings" + std::to_string(i) + ".txt",
+                  text);
+    }
+    // Large enough that its data arrives in several writes, so it can be cut off half-way.
+    const std::string framework = dir + "/Contents/Frameworks/Core.framework";
+    std::minstd_rand rng(static_cast<unsigned>(generation));
+    std::string core(400000, '\0');
+    for (char& c : core)
+        c = static_cast<char>(rng());
+    writeFile(framework + "/Versions/A/Core", core);
+    fs::create_directory_symlink("A", framework + "/Versions/Current");
+    fs::create_symlink("Versions/Current/Core", framework + "/Core");
+}
+
+Scene::Scene() {
+    fs::copy(VELMORA_BUNDLE, bundle_, fs::copy_options::recursive);
+    // File operations stay at their default level: at full detail they log every removed file.
+    writeFile(bundle_ + "/log/launcher.debug", "launcher_debug=7\nservice_debug=7\nextractor_debug=7\n");
+    fs::create_directory(home_);
+}
+
+Scene::~Scene() {
+    StopClient();
+}
+
+void Scene::Release(const std::string& client_dir) {
+    const std::string pack = VELMORA_PACK " " + client_dir + " " + Package();
+    ASSERT_EQ(0, std::system(pack.c_str())) << pack;
+    fs::copy_file(client_dir + "/Contents/Resources/INFO", bundle_ + "/Contents/Resources/INFO",
+                  fs::copy_options::overwrite_existing);
+}
+
+void Scene::Install(const std::string& client_dir) {
+    StopClient();
+    for (const auto& entry : fs::directory_iterator(home_))
+        fs::remove_all(entry.path());
+    fs::remove(tmp_ / "xdg-open.log");
+    fs::create_directories(home_ + "/.Velmora");
+    fs::copy(client_dir, app_, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+}
+
+Scene::Exit Scene::Run(const std::vector<std::string>& extra_env) {
+    std::vector<std::string> env = {"HOME=" + home_, "QT_QPA_PLATFORM=xcb",
+                                    "PATH=" VELMORA_XDG_OPEN_DIR ":" + std::string(getenv("PATH")),
+                                    "VELMORA_XDG_OPEN_LOG=" + (tmp_ / "xdg-open.log")};
+    for (char** e = environ; *e; ++e) {
+        const std::string entry = *e, name = entry.substr(0, entry.find('='));
+        if (name != "HOME" && name != "QT_QPA_PLATFORM" && name != "PATH" && name != "VELMORA_XDG_OPEN_LOG")
+            env.push_back(entry);
+    }
+    env.insert(env.end(), extra_env.begin(), extra_env.end());
+    std::vector<char*> envp;
+    for (std::string& e : env)
+        envp.push_back(e.data());
+    envp.push_back(nullptr);
+
+    const std::string program = bundle_ + "/Contents/MacOS/launcher", out = tmp_ / "launcher.out";
+    char* argv[] = {const_cast<char*>(program.c_str()), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    pid_t pid = 0;
+    const int spawned = posix_spawn(&pid, program.c_str(), &actions, nullptr, argv, envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    Exit exit;
+    if (spawned != 0) {
+        ADD_FAILURE() << "cannot start " << program << ": " << strerror(spawned);
+        return exit;
+    }
+    int status = 0;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(3);
+    while (waitpid(pid, &status, WNOHANG | WUNTRACED) == 0) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            ADD_FAILURE() << "the launcher hangs; killed";
+            kill(pid, SIGKILL);
+            waitpid(pid, &status, 0);
+            return exit;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    exit.output = readFile(out);
+    if (WIFSTOPPED(status)) {
+        kill(pid, SIGKILL);
+        waitpid(pid, &status, 0);
+        exit.frozen = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    } else {
+        exit.clean = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+    return exit;
+}
+
+std::string Scene::TakeLog() {
+    const std::string path = home_ + "/.Velmora/log/launcher.log";
+    const std::string log = std::regex_replace(readFile(path), std::regex(R"(\(\d+\): )"), "(N): ");
+    fs::remove(path);
+    return log;
+}
+
+std::string Scene::XdgOpenLog() const {
+    return readFile(tmp_ / "xdg-open.log");
+}
+
+pid_t Scene::ClientPid() const {
+    const std::string file = readFile(home_ + "/.Velmora/ui.pid");
+    const pid_t pid = file.rfind("pid=", 0) == 0 ? std::atoi(file.c_str() + 4) : 0;
+    return pid > 0 && kill(pid, 0) == 0 ? pid : 0;
+}
+
+bool Scene::ClientRuns(int build) const {
+    const std::string started = "." + std::to_string(build) + " (pid " + std::to_string(ClientPid()) + ") started";
+    return ClientPid() && readFile(home_ + "/.Velmora/cloud-ui.log").find(started) != std::string::npos;
+}
+
+void Scene::StopClient() {
+    if (const pid_t pid = ClientPid()) {
+        kill(pid, SIGKILL);
+        // The stand-in's session shell reaps it; until then it still answers signal 0.
+        Eventually([&] { return kill(pid, 0) != 0; });
+    }
+}
+
+std::vector<std::string> Scene::Leftovers() const {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::directory_iterator(home_ + "/.Velmora"))
+        if (entry.path().filename().string().rfind("Velmora.app_tmp", 0) == 0)
+            found.push_back(entry.path().filename().string());
+    return found;
+}
+
+} // namespace reliability
