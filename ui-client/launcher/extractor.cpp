@@ -61,6 +61,29 @@ const char* ErrorText(archive* a, archive* fallback = nullptr) {
     return text ? text : "(null)";
 }
 
+// The counting pass and the listing open the package alike; a null reader means the failure
+// has been logged.
+Reader OpenForListing(const ustring& src, const ustring& dest) {
+    Reader none(nullptr, &archive_read_free);
+    if (dest.empty() || src.empty()) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Invalid argument\n", __LINE__);
+        return none;
+    }
+    Reader reader = NewReader();
+    if (!reader) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Allocate archive failed\n",
+                       __LINE__);
+        return none;
+    }
+    if (OpenReader(reader.get(), src) != ARCHIVE_OK) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                       "[ERROR] extractor(%d): archive_read_open_filename failed: '%s'\n", __LINE__,
+                       ErrorText(reader.get()));
+        return none;
+    }
+    return reader;
+}
+
 } // namespace
 
 int Extractor::Extract() {
@@ -159,22 +182,9 @@ int Extractor::Extract() {
 }
 
 int Extractor::Count() {
-    if (dest.empty() || src.empty()) {
-        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Invalid argument\n", __LINE__);
+    Reader reader = OpenForListing(src, dest);
+    if (!reader)
         return -1;
-    }
-    Reader reader = NewReader();
-    if (!reader) {
-        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Allocate archive failed\n",
-                       __LINE__);
-        return -1;
-    }
-    if (OpenReader(reader.get(), src) != ARCHIVE_OK) {
-        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
-                       "[ERROR] extractor(%d): archive_read_open_filename failed: '%s'\n", __LINE__,
-                       ErrorText(reader.get()));
-        return -1;
-    }
     // Damage ends the count silently: the extraction pass stops at the same place and says why.
     int count = 0;
     archive_entry* entry = nullptr;
@@ -186,22 +196,9 @@ int Extractor::Count() {
 }
 
 int Extractor::List() {
-    if (dest.empty() || src.empty()) {
-        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Invalid argument\n", __LINE__);
+    Reader reader = OpenForListing(src, dest);
+    if (!reader)
         return -1;
-    }
-    Reader reader = NewReader();
-    if (!reader) {
-        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Allocate archive failed\n",
-                       __LINE__);
-        return -1;
-    }
-    if (OpenReader(reader.get(), src) != ARCHIVE_OK) {
-        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
-                       "[ERROR] extractor(%d): archive_read_open_filename failed: '%s'\n", __LINE__,
-                       ErrorText(reader.get()));
-        return -1;
-    }
     archive_entry* entry = nullptr;
     while (archive_read_next_header(reader.get(), &entry) == ARCHIVE_OK) {
         const char* path = archive_entry_pathname(entry);
