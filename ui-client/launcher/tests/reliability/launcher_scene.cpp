@@ -93,9 +93,16 @@ void Scene::Release(const std::string& client_dir) {
 }
 
 void Scene::Install(const std::string& client_dir) {
-    StopClient();
-    for (const auto& entry : fs::directory_iterator(home_))
-        fs::remove_all(entry.path());
+    // The client opened by the previous run starts detached and may still be writing its pid
+    // file and log: keep stopping it until the home folder stays empty.
+    ASSERT_TRUE(Eventually([&] {
+        StopClient();
+        std::error_code ec;
+        for (const auto& entry : fs::directory_iterator(home_, ec))
+            fs::remove_all(entry.path(), ec);
+        return fs::is_empty(home_, ec) && !ec;
+    })) << "cannot empty "
+        << home_;
     fs::remove(tmp_ / "xdg-open.log");
     fs::create_directories(home_ + "/.Velmora");
     fs::copy(client_dir, app_, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
