@@ -103,65 +103,62 @@ int Opened(const char* path, int fd) {
     return fd;
 }
 
-mode_t ModeArg(int flags, va_list ap) {
-    // The mode argument is there only when the file may be created, as glibc reads it.
-    const bool has_mode = (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE;
-    return has_mode ? static_cast<mode_t>(va_arg(ap, int)) : 0;
+// Numbers a call on path and freezes at the chosen one; otherwise libc's own function runs.
+template <class R, class... A> R Pass(const char* call, const char* path, A... args) {
+    if (EventOnPath(call, path))
+        Freeze();
+    return Real<R (*)(A...)>(call)(args...);
 }
 
 } // namespace
 
+// The mode argument is there only when the file may be created, as glibc reads it.
+#define VELMORA_MODE_ARG(flags)                                                                                        \
+    mode_t mode = 0;                                                                                                   \
+    if (((flags)&O_CREAT) || ((flags)&O_TMPFILE) == O_TMPFILE) {                                                       \
+        va_list ap;                                                                                                    \
+        va_start(ap, flags);                                                                                           \
+        mode = static_cast<mode_t>(va_arg(ap, int));                                                                   \
+        va_end(ap);                                                                                                    \
+    }
+
 extern "C" {
 
 int open(const char* path, int flags, ...) {
-    va_list ap;
-    va_start(ap, flags);
-    const mode_t mode = ModeArg(flags, ap);
-    va_end(ap);
+    VELMORA_MODE_ARG(flags)
     if (EventOnPath("open", path))
         Freeze();
-    static const auto real = Real<int (*)(const char*, int, ...)>("open");
-    return Opened(path, real(path, flags, mode));
+    return Opened(path, Real<int (*)(const char*, int, ...)>("open")(path, flags, mode));
 }
 
 int open64(const char* path, int flags, ...) {
-    va_list ap;
-    va_start(ap, flags);
-    const mode_t mode = ModeArg(flags, ap);
-    va_end(ap);
+    VELMORA_MODE_ARG(flags)
     if (EventOnPath("open", path))
         Freeze();
-    static const auto real = Real<int (*)(const char*, int, ...)>("open64");
-    return Opened(path, real(path, flags, mode));
+    return Opened(path, Real<int (*)(const char*, int, ...)>("open64")(path, flags, mode));
 }
 
 int openat(int dir, const char* path, int flags, ...) {
-    va_list ap;
-    va_start(ap, flags);
-    const mode_t mode = ModeArg(flags, ap);
-    va_end(ap);
+    VELMORA_MODE_ARG(flags)
     if (EventOnPath("open", path))
         Freeze();
-    static const auto real = Real<int (*)(int, const char*, int, ...)>("openat");
-    return Opened(path, real(dir, path, flags, mode));
+    return Opened(path, Real<int (*)(int, const char*, int, ...)>("openat")(dir, path, flags, mode));
 }
 
 int close(int fd) {
     if (fd >= 0 && fd < kMaxFd)
         g_tracked[fd] = false;
-    static const auto real = Real<int (*)(int)>("close");
-    return real(fd);
+    return Real<int (*)(int)>("close")(fd);
 }
 
 ssize_t read(int fd, void* buf, size_t n) {
     if (EventOnFd("read", fd))
         Freeze();
-    static const auto real = Real<ssize_t (*)(int, void*, size_t)>("read");
-    return real(fd, buf, n);
+    return Real<ssize_t (*)(int, void*, size_t)>("read")(fd, buf, n);
 }
 
 ssize_t write(int fd, const void* buf, size_t n) {
-    static const auto real = Real<ssize_t (*)(int, const void*, size_t)>("write");
+    const auto real = Real<ssize_t (*)(int, const void*, size_t)>("write");
     if (EventOnFd("write", fd)) {
         real(fd, buf, n / 2);
         Freeze();
@@ -170,45 +167,25 @@ ssize_t write(int fd, const void* buf, size_t n) {
 }
 
 int mkdir(const char* path, mode_t mode) {
-    if (EventOnPath("mkdir", path))
-        Freeze();
-    static const auto real = Real<int (*)(const char*, mode_t)>("mkdir");
-    return real(path, mode);
+    return Pass<int>("mkdir", path, path, mode);
 }
-
 int rmdir(const char* path) {
-    if (EventOnPath("rmdir", path))
-        Freeze();
-    static const auto real = Real<int (*)(const char*)>("rmdir");
-    return real(path);
+    return Pass<int>("rmdir", path, path);
 }
-
 int unlink(const char* path) {
-    if (EventOnPath("unlink", path))
-        Freeze();
-    static const auto real = Real<int (*)(const char*)>("unlink");
-    return real(path);
+    return Pass<int>("unlink", path, path);
 }
-
 int remove(const char* path) {
-    if (EventOnPath("remove", path))
-        Freeze();
-    static const auto real = Real<int (*)(const char*)>("remove");
-    return real(path);
+    return Pass<int>("remove", path, path);
+}
+int symlink(const char* target, const char* path) {
+    return Pass<int>("symlink", path, target, path);
 }
 
 int rename(const char* from, const char* to) {
     if ((Watched(from) || Watched(to)) && Event("rename", from))
         Freeze();
-    static const auto real = Real<int (*)(const char*, const char*)>("rename");
-    return real(from, to);
-}
-
-int symlink(const char* target, const char* path) {
-    if (EventOnPath("symlink", path))
-        Freeze();
-    static const auto real = Real<int (*)(const char*, const char*)>("symlink");
-    return real(target, path);
+    return Real<int (*)(const char*, const char*)>("rename")(from, to);
 }
 
 } // extern "C"

@@ -9,7 +9,7 @@
 #include "file_tree.h"
 #include "launcher_scene.h"
 
-using namespace reliability;
+using namespace e2e;
 using testsupport::snapshot;
 
 namespace {

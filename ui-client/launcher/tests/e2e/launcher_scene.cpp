@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 using testsupport::readFile;
 using testsupport::writeFile;
 
-namespace reliability {
+namespace e2e {
 
 bool Eventually(const std::function<bool()>& condition) {
     for (int i = 0; i < 600 && !condition(); ++i)
@@ -108,7 +108,7 @@ void Scene::Install(const std::string& client_dir) {
     fs::copy(client_dir, app_, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
 }
 
-Scene::Exit Scene::Run(const std::vector<std::string>& extra_env) {
+pid_t Scene::Start(const std::vector<std::string>& argv, const std::vector<std::string>& extra_env) {
     std::vector<std::string> env = {"HOME=" + home_, "QT_QPA_PLATFORM=xcb",
                                     "PATH=" VELMORA_XDG_OPEN_DIR ":" + std::string(getenv("PATH")),
                                     "VELMORA_XDG_OPEN_LOG=" + (tmp_ / "xdg-open.log")};
@@ -118,51 +118,64 @@ Scene::Exit Scene::Run(const std::vector<std::string>& extra_env) {
             env.push_back(entry);
     }
     env.insert(env.end(), extra_env.begin(), extra_env.end());
-    std::vector<char*> envp;
+    std::vector<char*> envp, args;
     for (std::string& e : env)
         envp.push_back(e.data());
     envp.push_back(nullptr);
+    for (const std::string& a : argv)
+        args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
 
-    const std::string program = bundle_ + "/Contents/MacOS/launcher", out = tmp_ / "launcher.out";
-    char* argv[] = {const_cast<char*>(program.c_str()), nullptr};
+    const std::string out = tmp_ / ("out." + std::to_string(++started_));
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     posix_spawn_file_actions_adddup2(&actions, 1, 2);
     pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, program.c_str(), &actions, nullptr, argv, envp.data());
+    const int spawned = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
-    Exit exit;
     if (spawned != 0) {
-        ADD_FAILURE() << "cannot start " << program << ": " << strerror(spawned);
-        return exit;
+        ADD_FAILURE() << "cannot start " << argv[0] << ": " << strerror(spawned);
+        return 0;
     }
+    outputs_[pid] = out;
+    return pid;
+}
+
+Scene::Exit Scene::Wait(pid_t pid) {
+    Exit exit;
+    if (pid == 0)
+        return exit;
     int status = 0;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(3);
     while (waitpid(pid, &status, WNOHANG | WUNTRACED) == 0) {
         if (std::chrono::steady_clock::now() > deadline) {
-            ADD_FAILURE() << "the launcher hangs; killed";
+            ADD_FAILURE() << "pid " << pid << " hangs; killed";
             kill(pid, SIGKILL);
             waitpid(pid, &status, 0);
             return exit;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
-    exit.output = readFile(out);
+    exit.output = readFile(outputs_[pid]);
     if (WIFSTOPPED(status)) {
         kill(pid, SIGKILL);
         waitpid(pid, &status, 0);
         exit.frozen = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
     } else {
         exit.clean = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        exit.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     }
     return exit;
 }
 
+std::string Scene::Log() const {
+    return std::regex_replace(readFile(home_ + "/.Velmora/log/launcher.log"), std::regex(R"(\(\d+\): )"), "(N): ");
+}
+
 std::string Scene::TakeLog() {
-    const std::string path = home_ + "/.Velmora/log/launcher.log";
-    const std::string log = std::regex_replace(readFile(path), std::regex(R"(\(\d+\): )"), "(N): ");
-    fs::remove(path);
+    const std::string log = Log();
+    fs::remove(home_ + "/.Velmora/log/launcher.log");
     return log;
 }
 
@@ -197,4 +210,4 @@ std::vector<std::string> Scene::Leftovers() const {
     return found;
 }
 
-} // namespace reliability
+} // namespace e2e
