@@ -1,4 +1,4 @@
-// velmora-pack [--format tar.gz|tar.zst|zip] <client bundle folder> <package file>
+// velmora-pack [--format tar.zst|tar.gz|zip] <client bundle folder> <package file>
 //
 // Writes a client bundle (the folder that holds Contents/) into a package archive for the
 // launcher. The launcher decides whether a per-user copy is complete by looking only at the
@@ -28,7 +28,7 @@ namespace {
 const char* const kCompletionMarkers[] = {"Contents/MacOS/cloud-ui", "Contents/Resources/INFO"};
 
 int usage() {
-    fprintf(stderr, "usage: velmora-pack [--format tar.gz|tar.zst|zip] <client bundle folder> <package file>\n");
+    fprintf(stderr, "usage: velmora-pack [--format tar.zst|tar.gz|zip] <client bundle folder> <package file>\n");
     return 2;
 }
 
@@ -151,7 +151,8 @@ bool setFormat(archive* a, const std::string& format) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::string format = "tar.gz";
+    // zstd decodes in about half the time of gzip at the same size, and the unpack waits on it.
+    std::string format = "tar.zst";
     std::vector<std::string> args;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--format") == 0 && i + 1 < argc)
