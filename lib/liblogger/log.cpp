@@ -1,7 +1,10 @@
 #include "log.h"
 
 #include <climits>
+#include <cstdarg>
 #include <ctime>
+#include <string>
+#include <sys/stat.h>
 #include <syslog.h>
 
 #include "config.h"
@@ -27,6 +30,38 @@ FILE* LoadStream(FILE* const& fp) {
 }
 void StoreStream(FILE*& fp, FILE* value) {
     __atomic_store_n(&fp, value, __ATOMIC_RELAXED);
+}
+
+// What a full disk kept out of the log file, written ahead of the next message: the line that
+// says why an upgrade failed is logged while the disk is full, and the rollback frees space
+// right after. Bounded, keeping the oldest text, which holds the reason. Guarded by log_lock.
+std::string g_unwritten;
+const size_t kMaxUnwritten = 65536;
+
+std::string Format(const char* format, va_list ap) {
+    va_list measure;
+    va_copy(measure, ap);
+    const int length = vsnprintf(nullptr, 0, format, measure);
+    va_end(measure);
+    if (length <= 0)
+        return std::string();
+    std::string text(static_cast<size_t>(length), '\0');
+    vsnprintf(&text[0], text.size() + 1, format, ap);
+    return text;
+}
+
+// Writes text to the log file and flushes it; returns the part that did not reach the file.
+// stdio drops its buffer when a write fails, so the file's growth tells how much got through.
+std::string WriteThrough(FILE* fp, const std::string& text) {
+    struct stat st;
+    const off_t before = fstat(fileno(fp), &st) == 0 ? st.st_size : -1;
+    fwrite(text.data(), 1, text.size(), fp);
+    if (fflush(fp) == 0)
+        return std::string();
+    clearerr(fp);
+    const off_t after = before >= 0 && fstat(fileno(fp), &st) == 0 ? st.st_size : before;
+    const size_t done = after > before ? static_cast<size_t>(after - before) : 0;
+    return done < text.size() ? text.substr(done) : std::string();
 }
 
 } // namespace
@@ -119,10 +154,18 @@ void Logger::LogMsg2(Level level, const ustring& component, const char* format, 
                 stamp[0] = '\0';
                 if (localtime_r(&now, &local))
                     strftime(stamp, sizeof(stamp), "%b %d %H:%M:%S ", &local);
-                const int stamp_len = fprintf(log_fp, "%s", stamp);
-                const int text_len = vfprintf(log_fp, format, ap);
-                fflush(log_fp);
-                written = stamp_len + text_len;
+                if (log_type == TYPE_FILE && log_size >= 0) {
+                    const std::string line = stamp + Format(format, ap);
+                    written = static_cast<int>(line.size());
+                    g_unwritten = WriteThrough(log_fp, g_unwritten + line);
+                    if (g_unwritten.size() > kMaxUnwritten)
+                        g_unwritten.resize(kMaxUnwritten);
+                } else {
+                    const int stamp_len = fprintf(log_fp, "%s", stamp);
+                    const int text_len = vfprintf(log_fp, format, ap);
+                    fflush(log_fp);
+                    written = stamp_len + text_len;
+                }
             }
             break;
         default:

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <regex>
 #include <string>
+#include <sys/resource.h>
 #include <thread>
 
 #include "file_tree.h"
@@ -33,6 +35,31 @@ TEST_F(LoggerTest, DebugFileRaisesOnlyTheComponentsItNamesAndAMalformedOneSetsNo
     Logger::LogMsg(Logger::LEVEL_DEBUG, "syn_svc", "[DEBUG] a(%d): malformed\n", 5);
     EXPECT_TRUE(std::regex_match(testsupport::readFile(log), std::regex(kStamp + R"(\[DEBUG\] a\(1\): svc x\n)" +
                                                                         kStamp + R"(\[WARNING\] a\(3\): other\n)")));
+}
+
+// A full disk (here a file size limit) refuses a line half-way: the rest must follow, once, when
+// space returns, so that the line that says why an upgrade failed is never lost.
+TEST_F(LoggerTest, LineRefusedByAFullDiskIsWrittenWholeOnceSpaceReturns) {
+    ASSERT_EQ(Logger::Initialize(Logger::TYPE_FILE, log, "", 50), 0);
+    Logger::LogMsg(Logger::LEVEL_ERROR, "full_disk", "[ERROR] a(%d): before\n", 1);
+    const auto previous = signal(SIGXFSZ, SIG_IGN);
+    rlimit limit;
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &limit));
+    const rlimit full = {static_cast<rlim_t>(testsupport::readFile(log).size() + 20), limit.rlim_max};
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &full));
+    Logger::LogMsg(Logger::LEVEL_ERROR, "full_disk", "[ERROR] a(%d): the reason %s\n", 2, "Write failed");
+    Logger::LogMsg(Logger::LEVEL_ERROR, "full_disk", "[ERROR] a(%d): rollback\n", 3);
+    const std::string during = testsupport::readFile(log);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    signal(SIGXFSZ, previous);
+    Logger::LogMsg(Logger::LEVEL_ERROR, "full_disk", "[ERROR] a(%d): after\n", 4);
+    EXPECT_EQ(during.size(), full.rlim_cur) << "the limit did not cut the line";
+    EXPECT_TRUE(
+        std::regex_match(testsupport::readFile(log),
+                         std::regex(kStamp + R"(\[ERROR\] a\(1\): before\n)" + kStamp +
+                                    R"(\[ERROR\] a\(2\): the reason Write failed\n)" + kStamp +
+                                    R"(\[ERROR\] a\(3\): rollback\n)" + kStamp + R"(\[ERROR\] a\(4\): after\n)")))
+        << testsupport::readFile(log);
 }
 
 TEST_F(LoggerTest, RotationShiftsNumberedFilesAndKeepsTheCrossingMessageInTheOldFile) {
