@@ -55,8 +55,9 @@ std::string Format(const char* format, va_list ap) {
 std::string WriteThrough(FILE* fp, const std::string& text) {
     struct stat st;
     const off_t before = fstat(fileno(fp), &st) == 0 ? st.st_size : -1;
-    fwrite(text.data(), 1, text.size(), fp);
-    if (fflush(fp) == 0)
+    // A long text bypasses the buffer, so fwrite itself may be the call that fails.
+    const size_t put = fwrite(text.data(), 1, text.size(), fp);
+    if (fflush(fp) == 0 && put == text.size())
         return std::string();
     clearerr(fp);
     const off_t after = before >= 0 && fstat(fileno(fp), &st) == 0 ? st.st_size : before;
