@@ -155,17 +155,15 @@ void Logger::LogMsg2(Level level, const ustring& component, const char* format, 
                 stamp[0] = '\0';
                 if (localtime_r(&now, &local))
                     strftime(stamp, sizeof(stamp), "%b %d %H:%M:%S ", &local);
+                const std::string line = stamp + Format(format, ap);
+                written = static_cast<int>(line.size());
                 if (log_type == TYPE_FILE && log_size >= 0) {
-                    const std::string line = stamp + Format(format, ap);
-                    written = static_cast<int>(line.size());
                     g_unwritten = WriteThrough(log_fp, g_unwritten + line);
                     if (g_unwritten.size() > kMaxUnwritten)
                         g_unwritten.resize(kMaxUnwritten);
                 } else {
-                    const int stamp_len = fprintf(log_fp, "%s", stamp);
-                    const int text_len = vfprintf(log_fp, format, ap);
+                    fwrite(line.data(), 1, line.size(), log_fp);
                     fflush(log_fp);
-                    written = stamp_len + text_len;
                 }
             }
             break;
