@@ -28,8 +28,8 @@ public:
     void clear();
     void clear_data();
     void clear_wdata() const;
-    // Apply the capacity rule for a need of n elements, the NUL included; a need smaller than
-    // the text cuts it. A need of 0 asks for nothing and keeps the string as it is.
+    // Apply the capacity rule for a need of n elements, the NUL included; when that reallocates
+    // below the text, the text is cut to fit. A need of 0 asks for nothing and keeps the string.
     void realloc_data(unsigned long n);
     void realloc_wdata(unsigned long n) const;
     int convert_from_data() const;
