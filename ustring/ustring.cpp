@@ -20,9 +20,11 @@ namespace {
 
 // The capacity rule: keep the buffer while it holds the need and is at most twice as big,
 // otherwise reallocate to exactly the need. realloc keeps the old block when it fails, so
-// throwing here leaves the string as it was.
+// throwing here leaves the string as it was. A need of 0 asks for nothing (every buffer holds
+// at least its NUL), and realloc to 0 bytes would free the block and return null, leaving a
+// freed pointer behind for the destructor to free again.
 template <typename T> void fit(T*& buf, unsigned long& cap, unsigned long need) {
-    if (cap >= need && cap / 2 <= need)
+    if (need == 0 || (cap >= need && cap / 2 <= need))
         return;
     if (need > SIZE_MAX / sizeof(T))
         throw std::bad_alloc();

@@ -7,7 +7,9 @@
 // plus a UTF-16 view that ICU builds on demand and every change of the UTF-8 text resets.
 // All sizes, positions and counts are UTF-8 bytes. Buffers are sized exactly (realloc/free),
 // so memory stays proportional to the text. One thread at a time, even for const use, since
-// reading the UTF-16 view may rebuild it.
+// reading the UTF-16 view may rebuild it. A text pointer handed to an operation may be this
+// string's own c_str() or c_str_utf16() (the self cases copy from the new buffer), but never a
+// pointer into the middle of them: a reallocation would leave it dangling.
 class ustring {
 public:
     enum normalization_form { NFC = 0, NFD = 1 };
@@ -26,6 +28,8 @@ public:
     void clear();
     void clear_data();
     void clear_wdata() const;
+    // Apply the capacity rule for a need of n elements, the NUL included; when that reallocates
+    // below the text, the text is cut to fit. A need of 0 asks for nothing and keeps the string.
     void realloc_data(unsigned long n);
     void realloc_wdata(unsigned long n) const;
     int convert_from_data() const;
@@ -115,9 +119,6 @@ public:
     static ustring normalize(const ustring& s, normalization_form f);
 
 private:
-    // Lets the unit tests read the buffer capacities, which nothing public reveals.
-    friend struct ustring_test_access;
-
     char* data;
     unsigned long data_len;
     unsigned long data_cap;

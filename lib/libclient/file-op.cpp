@@ -134,9 +134,10 @@ template <typename Visit> int ForEachEntry(const ustring& dir, Visit visit) {
 
 // Resolves path to the absolute spelling that the file system stores; 0 or the status of the
 // failing platform call.
+// The messages name the CoreServices calls that the platform layer stands for.
 int StoredPath(const ustring& path, char (&buf)[4096], bool log_failures) {
-    fsplatform::FSRef ref;
-    int status = fsplatform::FSPathMakeRef(reinterpret_cast<const unsigned char*>(path.c_str()), &ref, nullptr);
+    fsplatform::StoredPathRef ref;
+    int status = fsplatform::MakeStoredPathRef(reinterpret_cast<const unsigned char*>(path.c_str()), &ref, nullptr);
     if (status != 0) {
         if (log_failures)
             Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] file-op(%d): FSPathMakeRef: %d\n", __LINE__,
@@ -144,7 +145,7 @@ int StoredPath(const ustring& path, char (&buf)[4096], bool log_failures) {
         return status;
     }
     memset(buf, 0, sizeof(buf));
-    status = fsplatform::FSRefMakePath(&ref, reinterpret_cast<unsigned char*>(buf), sizeof(buf));
+    status = fsplatform::StoredPathText(&ref, reinterpret_cast<unsigned char*>(buf), sizeof(buf));
     if (status != 0 && log_failures)
         Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] file-op(%d): FSRefMakePath: %d\n", __LINE__, status);
     return status;
@@ -349,6 +350,67 @@ int FSMKDir(const ustring& path, bool with_parents) {
     return 0;
 }
 
+namespace {
+
+// Who gets the folders that FSMKDirP creates, fixed once per call.
+struct NewFolderOwner {
+    bool change = false;
+    uid_t user = 0;
+    gid_t group = 0;
+};
+
+NewFolderOwner OwnerForNewFolders() {
+    const unsigned int none = static_cast<unsigned int>(-1);
+    NewFolderOwner owner;
+    owner.change = !(uid == none && gid == none);
+    owner.user = uid == none ? geteuid() : uid;
+    owner.group = gid == none ? getegid() : gid;
+    return owner;
+}
+
+// Makes sure the prefix up to the current cut is a folder: an existing one is kept, a
+// non-folder is replaced only with force. 0, or -1 with errno set (EEXIST for the last
+// component, ENOTDIR for one above it, or mkdir's own).
+int EnsureFolder(const char* prefix, bool last, bool force, mode_t dir_mode, const NewFolderOwner& owner) {
+    struct stat st;
+    if (stat(prefix, &st) == 0) {
+        if (S_ISDIR(st.st_mode))
+            return 0;
+        if (!force) {
+            errno = last ? EEXIST : ENOTDIR;
+            return -1;
+        }
+        remove(prefix);
+    }
+    if (mkdir(prefix, dir_mode) != 0)
+        return -1;
+    if (owner.change)
+        ChownIgnoringFailure(prefix, owner.user, owner.group);
+    return 0;
+}
+
+// Walks buf component by component, cutting it in place at each "/" and putting the "/" back
+// after the component exists. Returns the result and, in cut, where the walk stopped.
+int CreateEachComponent(char* buf, bool force, mode_t dir_mode, size_t& cut) {
+    const NewFolderOwner owner = OwnerForNewFolders();
+    const size_t len = strlen(buf);
+    size_t pos = buf[0] == '/' ? 1 : 0;
+    for (;;) {
+        const char* slash = strchr(buf + pos, '/');
+        cut = slash ? static_cast<size_t>(slash - buf) : len;
+        const bool last = !slash || cut == len - 1;
+        buf[cut] = '\0';
+        if (EnsureFolder(buf, last, force, dir_mode, owner) != 0)
+            return -1;
+        if (last)
+            return 0;
+        buf[cut] = '/';
+        pos = cut + 1;
+    }
+}
+
+} // namespace
+
 int FSMKDirP(const ustring& path, char** stop, bool force, unsigned short mode) {
     if (path.empty())
         return -1;
@@ -360,48 +422,9 @@ int FSMKDirP(const ustring& path, char** stop, bool force, unsigned short mode) 
     // The umask is process-wide: with an explicit mode other threads' new files are created
     // without it until the call ends.
     const bool explicit_mode = mode != kModeKeepUmask;
-    const mode_t dir_mode = explicit_mode ? mode : 0777;
     const mode_t old_umask = explicit_mode ? umask(0) : 0;
-    const bool change_owner = !(uid == static_cast<unsigned int>(-1) && gid == static_cast<unsigned int>(-1));
-    const uid_t owner = uid == static_cast<unsigned int>(-1) ? geteuid() : uid;
-    const gid_t group = gid == static_cast<unsigned int>(-1) ? getegid() : gid;
-
-    const size_t len = strlen(buf);
-    size_t pos = buf[0] == '/' ? 1 : 0;
-    size_t cut = len;
-    int ret = 0;
-    for (;;) {
-        const char* slash = strchr(buf + pos, '/');
-        cut = slash ? static_cast<size_t>(slash - buf) : len;
-        const bool last = !slash || cut == len - 1;
-        buf[cut] = '\0';
-
-        struct stat st;
-        bool create = true;
-        if (stat(buf, &st) == 0) {
-            if (S_ISDIR(st.st_mode)) {
-                create = false;
-            } else if (!force) {
-                errno = last ? EEXIST : ENOTDIR;
-                ret = -1;
-                break;
-            } else {
-                remove(buf);
-            }
-        }
-        if (create) {
-            if (mkdir(buf, dir_mode) != 0) {
-                ret = -1;
-                break;
-            }
-            if (change_owner)
-                ChownIgnoringFailure(buf, owner, group);
-        }
-        if (last)
-            break;
-        buf[cut] = '/';
-        pos = cut + 1;
-    }
+    size_t cut = 0;
+    const int ret = CreateEachComponent(buf, force, explicit_mode ? mode : 0777, cut);
 
     if (stop)
         *stop = const_cast<char*>(path.c_str()) + cut;
@@ -539,8 +562,7 @@ bool isFileLocked(const ustring& path, int amode) {
 
 bool isMountPoint(const ustring& path) {
     std::string type;
-    if (fsplatform::FSTypeName(path.c_str(), type) != 0) {
-        int e = errno;
+    if (int e = fsplatform::FileSystemTypeName(path.c_str(), type)) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
                        "[ERROR] file-op(%d): isMountPoint: Failed to get file system info '%s'. %s\n", __LINE__,
                        path.c_str(), strerror(e));
@@ -551,8 +573,7 @@ bool isMountPoint(const ustring& path) {
 
 bool IsMSDOS(const ustring& path) {
     std::string type;
-    if (fsplatform::FSTypeName(path.c_str(), type) != 0) {
-        int e = errno;
+    if (int e = fsplatform::FileSystemTypeName(path.c_str(), type)) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
                        "[ERROR] file-op(%d): IsSupportLargeFile: Failed to get file system info '%s'. %s\n", __LINE__,
                        path.c_str(), strerror(e));

@@ -61,6 +61,12 @@ int FSStat(const ustring& path, FILE_INFO& info, bool exact);
 int FSCopy(const ustring& src, const ustring& dst, bool remove_src);
 int FSRename(const ustring& src, const ustring& dst, bool exact);
 int FSMKDir(const ustring& path, bool with_parents);
+// Creates path and every missing parent: 0, or -1 with errno set (EEXIST when path itself is a
+// non-folder, ENOTDIR when a parent is). stop, when not null, receives a pointer into
+// path.c_str() at the "/" or NUL that ends the component where the walk stopped; it is valid
+// while path is unchanged. force replaces a non-folder in the way by a folder (the file is
+// lost). mode 0xFFFF creates with 0777 under the process umask; any other mode is applied
+// exactly by setting the process-wide umask to 0 for the call, which other threads then share.
 int FSMKDirP(const ustring& path, char** stop, bool force, unsigned short mode);
 int FSRemove(const ustring& path, bool option);
 int FSMktemp(const ustring& dir, ustring& out);

@@ -26,4 +26,5 @@ private:
     Map entries;
 };
 
-#include "config_p.h"
+// The bodies are inline so that the macOS service can read the pid file without linking the logger.
+#include "config_inl.h"

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <malloc.h>
+#include <memory>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -14,11 +16,6 @@
 extern "C" const char* __asan_default_options() {
     return "allocator_may_return_null=1";
 }
-
-struct ustring_test_access {
-    static unsigned long cap(const ustring& s) { return s.data_cap; }
-    static unsigned long wcap(const ustring& s) { return s.wdata_cap; }
-};
 
 namespace {
 
@@ -52,25 +49,35 @@ const std::regex kFromUtf8Warning("(Warning: u_strFromUTF8: error code 10 at lin
 
 } // namespace
 
-TEST(UstringCapacity, ReallocatesToExactNeedAndShrinksBelowHalf) {
-    ustring s;
-    EXPECT_EQ(ustring_test_access::cap(s), 4u);
-    s.append("abc");
-    EXPECT_EQ(ustring_test_access::cap(s), 4u) << "need 4 fits a 4-byte buffer";
-    s.clear();
-    s.append("a");
-    EXPECT_EQ(ustring_test_access::cap(s), 4u) << "need 2 is exactly half of 4: keep";
-    s.clear();
-    s.append("0123456789");
-    EXPECT_EQ(ustring_test_access::cap(s), 11u);
-    s.append('x', 1);
-    EXPECT_EQ(ustring_test_access::cap(s), 12u);
-    EXPECT_EQ(utf16(s), u"0123456789x");
-    EXPECT_EQ(ustring_test_access::wcap(s), 12u);
-    s.clear();
-    s.append("ab");
-    EXPECT_EQ(ustring_test_access::cap(s), 3u);
+// Memory stays proportional to the text: a string that once held a megabyte gives it back as
+// soon as a short text replaces it, in both views.
+TEST(UstringCapacity, GivesMemoryBackWhenALongTextIsReplacedByAShortOne) {
+    ustring s(std::string(1 << 20, 'x'));
+    ASSERT_EQ(utf16(s).size(), 1u << 20);
+    s = "ab";
+    EXPECT_EQ(utf16(s), u"ab");
+    // Allocators round small blocks up (glibc shrinks a mapped block to one page), far below 1 MiB.
+    EXPECT_LT(malloc_usable_size(const_cast<char*>(s.c_str())), 64u * 1024);
+    EXPECT_LT(malloc_usable_size(const_cast<unsigned short*>(s.c_str_utf16())), 64u * 1024);
+}
+
+TEST(UstringCapacity, ShrinkingBelowTheTextCutsItAndItsView) {
+    ustring s("abcdefgh");
+    ASSERT_EQ(utf16(s), u"abcdefgh");
+    s.realloc_data(3);
     EXPECT_STREQ(s.c_str(), "ab");
+    EXPECT_EQ(s.size(), 2u);
+    EXPECT_EQ(utf16(s), u"ab");
+}
+
+// realloc to 0 bytes frees the block; a string that kept the freed pointer died in its destructor.
+TEST(UstringCapacity, ANeedOfNothingKeepsTheStringIntact) {
+    auto s = std::make_unique<ustring>("abc");
+    s->realloc_wdata(0);
+    s->realloc_data(0);
+    EXPECT_STREQ(s->c_str(), "abc");
+    EXPECT_EQ(utf16(*s), u"abc");
+    s.reset();
 }
 
 TEST(UstringCapacity, FailedGrowthThrowsBadAllocAndKeepsText) {
@@ -82,7 +89,7 @@ TEST(UstringCapacity, FailedGrowthThrowsBadAllocAndKeepsText) {
     EXPECT_EQ(utf16(s), u"abc");
 }
 
-TEST(UstringAppend, SelfAppendAndAssignUseOwnTextAcrossReallocation) {
+TEST(UstringAppend, AppendingItsOwnTextDoublesItAcrossReallocation) {
     ustring s("abc");
     s.append(s.c_str());
     EXPECT_STREQ(s.c_str(), "abcabc");
@@ -90,22 +97,33 @@ TEST(UstringAppend, SelfAppendAndAssignUseOwnTextAcrossReallocation) {
     EXPECT_STREQ(s.c_str(), "abcabcab");
     s += s;
     EXPECT_STREQ(s.c_str(), "abcabcababcabcab");
-    s.assign(s.c_str(), 2);
-    EXPECT_STREQ(s.c_str(), "ab");
-    s = s;
-    s.assign(s, 1, ustring::npos);
-    EXPECT_STREQ(s.c_str(), "b");
-    EXPECT_THROW(s.assign(s, 2, 1), std::out_of_range);
-    EXPECT_STREQ(s.c_str(), "b") << "a failed self-assignment leaves the text";
-    ustring other("keep");
-    EXPECT_THROW(other.assign(s, 2, 1), std::out_of_range);
-    EXPECT_TRUE(other.empty()) << "assigning from another string clears before taking the substring";
+}
 
+TEST(UstringAppend, AppendingItsOwnUtf16ViewDoublesTheText) {
     ustring w(units(u"x\u00e9"));
     w.append(w.c_str_utf16());
     EXPECT_STREQ(w.c_str(), "x\xC3\xA9x\xC3\xA9");
     w.assign(w.c_str_utf16(), 3);
     EXPECT_STREQ(w.c_str(), "x\xC3\xA9x");
+}
+
+TEST(UstringAssign, AssigningPartOfItselfKeepsThatPart) {
+    ustring s("abcd");
+    s.assign(s.c_str(), 2);
+    EXPECT_STREQ(s.c_str(), "ab");
+    s = s;
+    EXPECT_STREQ(s.c_str(), "ab");
+    s.assign(s, 1, ustring::npos);
+    EXPECT_STREQ(s.c_str(), "b");
+}
+
+TEST(UstringAssign, AFailedSelfAssignmentKeepsTheTextButAFailedOtherAssignmentClears) {
+    ustring s("b");
+    EXPECT_THROW(s.assign(s, 2, 1), std::out_of_range);
+    EXPECT_STREQ(s.c_str(), "b");
+    ustring other("keep");
+    EXPECT_THROW(other.assign(s, 2, 1), std::out_of_range);
+    EXPECT_TRUE(other.empty()) << "assigning from another string clears before taking the substring";
 }
 
 TEST(UstringUtf16View, FollowsEveryChangeOfUtf8Text) {

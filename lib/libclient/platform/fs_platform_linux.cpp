@@ -6,10 +6,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <linux/magic.h>
+#include <sstream>
 #include <strings.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
+#include <sys/sysmacros.h>
 
 namespace fsplatform {
 namespace {
@@ -25,8 +28,10 @@ std::string Join(const std::string& dir, const std::string& name) {
 // On a folder that tells letter case apart, the lookup that just found a pure ASCII name can
 // only have matched those very bytes, and reading the whole listing for every component would
 // make removing a large tree quadratic. Swapping the case of every letter tells the two kinds
-// of folder apart: a case-insensitive one finds the same object under the swapped name.
-bool LookupIsByteExact(const std::string& dir, const std::string& name, const struct stat& object) {
+// of folder apart: a case-insensitive one finds something under the swapped name. Whether that
+// is the same object is not asked: a FUSE file system that numbers its nodes by path (fusefat)
+// gives every spelling an inode of its own, so only the listing can tell.
+bool LookupIsByteExact(const std::string& dir, const std::string& name) {
     std::string swapped = name;
     bool has_letter = false;
     for (char& c : swapped) {
@@ -43,43 +48,64 @@ bool LookupIsByteExact(const std::string& dir, const std::string& name, const st
     if (!has_letter)
         return false;
     struct stat st;
-    if (lstat(Join(dir, swapped).c_str(), &st) != 0)
-        return errno == ENOENT;
-    return !SameObject(st, object);
+    return lstat(Join(dir, swapped).c_str(), &st) != 0 && errno == ENOENT;
 }
 
 // The name under which the folder's listing holds the object that name found. Hard links in
 // the same folder share the object, so a name that differs from the caller's only in letter
-// case wins over any other.
+// case wins over any other. Where no entry is the same object by inode (nodes numbered by
+// path), the one entry that differs only in letter case is the stored spelling.
 std::string StoredSpelling(const std::string& dir, const std::string& name) {
     struct stat object;
     if (lstat(Join(dir, name).c_str(), &object) != 0)
         return name;
-    if (LookupIsByteExact(dir, name, object))
+    if (LookupIsByteExact(dir, name))
         return name;
     DIR* d = opendir(dir.c_str());
     if (!d)
         return name;
-    std::string found;
-    bool found_case_variant = false;
+    std::string same_object, case_variant, other_case_match;
     for (struct dirent* e = readdir(d); e; e = readdir(d)) {
         if (strcmp(e->d_name, name.c_str()) == 0) {
-            found = name;
-            break;
+            closedir(d);
+            return name;
         }
+        const bool differs_in_case_only = strcasecmp(e->d_name, name.c_str()) == 0;
         struct stat st;
-        if (found_case_variant || fstatat(dirfd(d), e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 ||
-            !SameObject(st, object))
-            continue;
-        if (strcasecmp(e->d_name, name.c_str()) == 0) {
-            found = e->d_name;
-            found_case_variant = true;
-        } else if (found.empty()) {
-            found = e->d_name;
+        if (fstatat(dirfd(d), e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 || !SameObject(st, object)) {
+            if (differs_in_case_only && other_case_match.empty())
+                other_case_match = e->d_name;
+        } else if (differs_in_case_only && case_variant.empty()) {
+            case_variant = e->d_name;
+        } else if (same_object.empty()) {
+            same_object = e->d_name;
         }
     }
     closedir(d);
-    return found.empty() ? name : found;
+    for (const std::string* found : {&case_variant, &same_object, &other_case_match})
+        if (!found->empty())
+            return *found;
+    return name;
+}
+
+// The subtype of the FUSE file system mounted as device dev ("fusefat" for "fuse.fusefat"), from
+// this process's mount table; empty when it cannot be told.
+std::string FuseSubtype(dev_t dev) {
+    std::ifstream table("/proc/self/mountinfo");
+    const std::string wanted = std::to_string(major(dev)) + ":" + std::to_string(minor(dev));
+    for (std::string line; std::getline(table, line);) {
+        std::istringstream fields(line);
+        std::string id, parent, device, word;
+        fields >> id >> parent >> device;
+        if (device != wanted)
+            continue;
+        while (fields >> word && word != "-") {
+        }
+        std::string type;
+        fields >> type;
+        return type.compare(0, 5, "fuse.") == 0 ? type.substr(5) : std::string();
+    }
+    return std::string();
 }
 
 const char* TypeNameForMagic(uint32_t magic, char* fallback, size_t size) {
@@ -92,6 +118,8 @@ const char* TypeNameForMagic(uint32_t magic, char* fallback, size_t size) {
         return "smbfs";
     case MSDOS_SUPER_MAGIC:
         return "msdos";
+    case FUSE_SUPER_MAGIC:
+        return "fuse";
     default:
         snprintf(fallback, size, "linux-0x%lx", static_cast<unsigned long>(magic));
         return fallback;
@@ -100,7 +128,7 @@ const char* TypeNameForMagic(uint32_t magic, char* fallback, size_t size) {
 
 } // namespace
 
-int FSPathMakeRef(const unsigned char* path, FSRef* ref, bool* is_directory) {
+int MakeStoredPathRef(const unsigned char* path, StoredPathRef* ref, bool* is_directory) {
     if (!path || !ref)
         return EINVAL;
     char* resolved = realpath(reinterpret_cast<const char*>(path), nullptr);
@@ -130,7 +158,7 @@ int FSPathMakeRef(const unsigned char* path, FSRef* ref, bool* is_directory) {
     return 0;
 }
 
-int FSRefMakePath(const FSRef* ref, unsigned char* buf, unsigned long size) {
+int StoredPathText(const StoredPathRef* ref, unsigned char* buf, unsigned long size) {
     if (!ref || !buf)
         return EINVAL;
     const char* path = reinterpret_cast<const char*>(ref->opaque);
@@ -141,14 +169,27 @@ int FSRefMakePath(const FSRef* ref, unsigned char* buf, unsigned long size) {
     return 0;
 }
 
-int FSTypeName(const char* path, std::string& name) {
+int FileSystemTypeName(const char* path, std::string& name) {
     struct statfs sfs;
     if (statfs(path, &sfs) != 0)
-        return -1;
+        return errno;
     char fallback[32];
     // f_type is a signed word of the architecture's width; the magic numbers are 32 bits wide
     // and would not match after sign extension on 32-bit systems.
-    name = TypeNameForMagic(static_cast<uint32_t>(sfs.f_type), fallback, sizeof(fallback));
+    const uint32_t magic = static_cast<uint32_t>(sfs.f_type);
+    name = TypeNameForMagic(magic, fallback, sizeof(fallback));
+    if (magic != FUSE_SUPER_MAGIC)
+        return 0;
+    // A FAT volume served through FUSE is as much "msdos" as one the kernel mounts: the same
+    // letter-case folding and the same 4 GiB file limit that the callers care about.
+    struct stat st;
+    if (stat(path, &st) != 0)
+        return errno;
+    const std::string subtype = FuseSubtype(st.st_dev);
+    if (subtype == "fusefat")
+        name = "msdos";
+    else if (!subtype.empty())
+        name = "fuse." + subtype;
     return 0;
 }
 

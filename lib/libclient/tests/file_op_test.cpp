@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "file_tree.h"
@@ -176,38 +177,129 @@ TEST_F(FileOp, RemovingATreeNeverFollowsALinkOutOfIt) {
     EXPECT_EQ(0, FSRemove(path("t").c_str(), false));
 }
 
-TEST_F(FileOp, ListingGivesEveryEntryWithDetailsOnlyWhenAsked) {
+struct ListingCase {
+    const char* name;
+    int flags;
+    int64_t file_size;
+    time_t file_mtime;
+};
+
+class FileOpListing : public FileOp, public ::testing::WithParamInterface<ListingCase> {};
+
+TEST_P(FileOpListing, GivesEveryEntryWithTimeAndSizeOnlyWhenDetailsAreAsked) {
     ASSERT_TRUE(writeFile(path("d/file"), "12345"));
     ASSERT_EQ(0, FSUTime(path("d/file").c_str(), 1000, 2000));
     ASSERT_EQ(0, symlink("file", path("d/link").c_str()));
-    for (int flags : {0, int(FS_DIR_WITH_DETAILS)}) {
-        DIR_HANDLE h;
-        ASSERT_EQ(0, FSOpenDir(path("d").c_str(), flags, h));
-        std::map<std::string, DIR_ENTRY> seen;
-        DIR_ENTRY e;
-        while (FSReadDir(h, e) == 1)
-            seen[e.name.c_str()] = e;
-        EXPECT_EQ(0, FSReadDir(h, e));
-        FSCloseDir(h);
-        ASSERT_EQ(4u, seen.size()) << "with flags " << flags;
-        EXPECT_EQ(FS_TYPE_DIR, seen["."].type);
-        EXPECT_EQ(FS_TYPE_FILE, seen["file"].type);
-        EXPECT_EQ(FS_TYPE_LINK, seen["link"].type);
-        EXPECT_EQ(flags ? 5 : 0, seen["file"].size);
-        EXPECT_EQ(flags ? 2000 : 0, seen["file"].mtime);
-    }
+    DIR_HANDLE h;
+    ASSERT_EQ(0, FSOpenDir(path("d").c_str(), GetParam().flags, h));
+    std::map<std::string, DIR_ENTRY> seen;
+    DIR_ENTRY e;
+    while (FSReadDir(h, e) == 1)
+        seen[e.name.c_str()] = e;
+    EXPECT_EQ(0, FSReadDir(h, e));
+    FSCloseDir(h);
+    ASSERT_EQ(4u, seen.size());
+    EXPECT_EQ(FS_TYPE_DIR, seen["."].type);
+    EXPECT_EQ(FS_TYPE_FILE, seen["file"].type);
+    EXPECT_EQ(FS_TYPE_LINK, seen["link"].type);
+    EXPECT_EQ(GetParam().file_size, seen["file"].size);
+    EXPECT_EQ(GetParam().file_mtime, seen["file"].mtime);
 }
 
-TEST_F(FileOp, TemporaryFilesAreCreatedReadableAndTemporaryPathsAreNot) {
+INSTANTIATE_TEST_SUITE_P(Flags, FileOpListing,
+                         ::testing::Values(ListingCase{"Plain", 0, 0, 0},
+                                           ListingCase{"WithDetails", FS_DIR_WITH_DETAILS, 5, 2000}),
+                         [](const ::testing::TestParamInfo<ListingCase>& info) { return info.param.name; });
+
+TEST_F(FileOp, TemporaryFileIsANewReadableFileInTheFolderAsked) {
+    ustring first, second;
+    ASSERT_EQ(0, FSMktemp(root.c_str(), first));
+    ASSERT_EQ(0, FSMktemp(root.c_str(), second));
+    const std::filesystem::path made(first.c_str());
+    EXPECT_EQ(root, made.parent_path().string());
+    EXPECT_EQ("", readFile(made.string()));
+    EXPECT_EQ(0644u, Perms(made.string()));
+    EXPECT_NE(first, second);
+}
+
+TEST_F(FileOp, TemporaryFileInAMissingFolderFails) {
     ustring out;
-    ASSERT_EQ(0, FSMktemp(root.c_str(), out));
-    std::string made = out.c_str();
-    EXPECT_EQ(root.size() + 7, made.size());
-    EXPECT_EQ(0644u, Perms(made));
     EXPECT_EQ(-1, FSMktemp(path("nope").c_str(), out));
+}
+
+TEST_F(FileOp, TemporaryPathNamesAnEightCharacterEntryOfTheFolderWithoutCreatingIt) {
+    ustring out;
     ASSERT_EQ(0, FSCreateTempPath(root.c_str(), out));
-    EXPECT_EQ(root.size() + 9, out.size());
+    const std::filesystem::path made(out.c_str());
+    EXPECT_EQ(root, made.parent_path().string());
+    EXPECT_EQ(8u, made.filename().string().size()) << made;
     EXPECT_FALSE(exists(out.c_str()));
+}
+
+TEST_F(FileOp, AFileIsLockedOnlyWhenPermissionsRefuseTheAccess) {
+    ASSERT_TRUE(writeFile(path("plain"), "x"));
+    ASSERT_EQ(0, chmod(path("plain").c_str(), 0644));
+    // No execute bit for anyone refuses X_OK even to root, so this holds for every user.
+    EXPECT_TRUE(isFileLocked(path("plain").c_str(), X_OK));
+    EXPECT_FALSE(isFileLocked(path("plain").c_str(), R_OK));
+    EXPECT_FALSE(isFileLocked(path("missing").c_str(), R_OK)) << "a missing file is not locked";
+}
+
+TEST_F(FileOp, ALocalVolumeIsNeitherANetworkMountNorFat) {
+    EXPECT_FALSE(isMountPoint(root.c_str()));
+    EXPECT_FALSE(IsMSDOS(root.c_str()));
+    EXPECT_FALSE(isMountPoint(path("missing").c_str())) << "a path that cannot be inspected";
+    EXPECT_FALSE(IsMSDOS(path("missing").c_str()));
+}
+
+int Shell(const std::string& command) {
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// A real FAT volume, which ignores letter case, served by fusefat from an image file: no kernel
+// driver needed, but FUSE (/dev/fuse, and root or a fuse group) is. Unmounted after each test.
+class FatVolume : public FileOp {
+protected:
+    void SetUp() override {
+        if (access("/dev/fuse", R_OK | W_OK) != 0)
+            GTEST_SKIP() << "FAT volume tests need FUSE: /dev/fuse is not usable by this user";
+        if (Shell("command -v fusefat && command -v mkfs.vfat && command -v fusermount3 >/dev/null") != 0)
+            GTEST_SKIP() << "FAT volume tests need fusefat, mkfs.vfat and fusermount3 (scripts/setup)";
+        ASSERT_EQ(0, mkdir(path("fat").c_str(), 0755));
+        ASSERT_EQ(0, Shell("mkfs.vfat -C '" + path("fat.img") + "' 8192 >/dev/null"));
+        if (Shell("fusefat -o rw+ '" + path("fat.img") + "' '" + path("fat") + "' >/dev/null 2>&1") != 0)
+            GTEST_SKIP() << "mounting with fusefat is not permitted here (FUSE needs root or a fuse group)";
+        mounted = true;
+        fat = path("fat");
+    }
+    void TearDown() override {
+        if (mounted) {
+            EXPECT_EQ(0, Shell("fusermount3 -u '" + fat + "'"));
+        }
+    }
+    bool mounted = false;
+    std::string fat;
+};
+
+TEST_F(FatVolume, ExactExistenceAcceptsOnlyTheSpellingTheVolumeStores) {
+    ASSERT_TRUE(writeFile(fat + "/Report.txt", "r"));
+    EXPECT_TRUE(IsFileExist((fat + "/REPORT.TXT").c_str(), false)) << "the volume folds letter case";
+    EXPECT_FALSE(IsFileExist((fat + "/REPORT.TXT").c_str(), true));
+    EXPECT_TRUE(IsFileExist((fat + "/Report.txt").c_str(), true));
+}
+
+TEST_F(FatVolume, RealPathGivesTheStoredSpellingOfEveryComponent) {
+    ASSERT_EQ(0, mkdir((fat + "/Sub").c_str(), 0755));
+    ASSERT_TRUE(writeFile(fat + "/Sub/Data.bin", "d"));
+    ustring asked = (fat + "/sub/DATA.BIN").c_str();
+    ASSERT_EQ(0, FSGetRealPath(asked));
+    EXPECT_STREQ((fat + "/Sub/Data.bin").c_str(), asked.c_str());
+}
+
+TEST_F(FatVolume, IsReportedAsMsdosAndNotAsANetworkMount) {
+    EXPECT_TRUE(IsMSDOS(fat.c_str()));
+    EXPECT_FALSE(isMountPoint(fat.c_str()));
 }
 
 } // namespace
