@@ -2,6 +2,7 @@
 #include <QThread>
 #include <gtest/gtest.h>
 #include <regex>
+#include <set>
 #include <sys/stat.h>
 #include <thread>
 
@@ -88,3 +89,155 @@ TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
     ASSERT_TRUE(stat((tmp / "dest/d/a").c_str(), &a) == 0 && stat((tmp / "dest/b").c_str(), &b) == 0);
     EXPECT_TRUE(a.st_ino == b.st_ino && readFile(tmp / "dest/b") == "same");
 }
+
+// Whatever a package holds, it may write only strictly below dest. Each case unpacks into a
+// fresh, empty dest beside a watched folder whose names, contents and modes must not change;
+// links in the packages point at it ("watched" from dest's parent, "../watched" from inside).
+struct ContainmentCase {
+    std::string name;
+    ArchiveBuilder::Format format;
+    ArchiveBuilder package;
+    std::string logged; // empty: the package is sound and unpacks to `unpacked`
+    Tree unpacked;
+};
+
+struct ContainmentTest : ExtractorTest, ::testing::WithParamInterface<ContainmentCase> {
+    void SetUp() override {
+        ExtractorTest::SetUp();
+        ASSERT_TRUE(writeFile(tmp / "watched/key", "private") && writeFile(tmp / "watched/sub/pub", "public"));
+        ASSERT_EQ(0, chmod((tmp / "watched/key").c_str(), 0600));
+        ASSERT_EQ(0, chmod((tmp / "watched/sub").c_str(), 0700));
+        ASSERT_EQ(0, chmod((tmp / "watched").c_str(), 0750));
+        ASSERT_EQ(0, mkdir((tmp / "dest").c_str(), 0755));
+        ASSERT_EQ(0, chmod((tmp / "dest").c_str(), 0755));
+    }
+    // The names at the top of the scratch folder, where a replaced dest would send entries.
+    std::set<std::string> Top() {
+        std::set<std::string> top;
+        for (const auto& [rel, about] : snapshot(tmp.path()))
+            if (rel.find('/') == std::string::npos)
+                top.insert(rel + (about == "/" ? "/" : ""));
+        return top;
+    }
+};
+void PrintTo(const ContainmentCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
+    const ContainmentCase& c = GetParam();
+    ASSERT_TRUE(c.package.write(tmp / "pkg", c.format));
+    const Tree watched = snapshotWithModes(tmp / "watched");
+    const auto top = Top();
+    const int rc = Extract(tmp / "pkg", tmp / "dest");
+    struct stat st;
+    ASSERT_EQ(0, lstat((tmp / "dest").c_str(), &st));
+    EXPECT_TRUE(S_ISDIR(st.st_mode) && (st.st_mode & 07777) == 0755) << std::oct << st.st_mode;
+    EXPECT_EQ(watched, snapshotWithModes(tmp / "watched"));
+    EXPECT_EQ(top, Top());
+    if (c.logged.empty()) {
+        EXPECT_EQ(rc, 0);
+        EXPECT_EQ(snapshot(tmp / "dest"), c.unpacked);
+        return;
+    }
+    EXPECT_EQ(rc, -1);
+    const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
+    EXPECT_NE(log.find("[ERROR] extractor: " + c.logged), std::string::npos) << log;
+    EXPECT_EQ(log.find("extractor: archive_read_extract2 failed"), std::string::npos) << log;
+}
+
+const std::string kReplaces = "Entry would replace the destination folder: ";
+const std::string kNoName = "Entry has an empty name: ''\n";
+const std::string kLinkToLink = "Hard link to a symbolic link: ";
+
+INSTANTIATE_TEST_SUITE_P(
+    NamesOfDestItself, ContainmentTest,
+    ::testing::Values(
+        ContainmentCase{"TarLinkDot",
+                        ArchiveBuilder::Tar,
+                        ArchiveBuilder().symlink(".", "watched").file("planted", "x"),
+                        kReplaces + "'.'\n",
+                        {}},
+        ContainmentCase{"TarLinkDotSlash",
+                        ArchiveBuilder::Tar,
+                        ArchiveBuilder().symlink("./", "watched").file("planted", "x"),
+                        kReplaces + "'./'\n",
+                        {}},
+        ContainmentCase{"PaxLinkDoubleSlash",
+                        ArchiveBuilder::Pax,
+                        ArchiveBuilder().symlink("//", "watched").file("planted", "x"),
+                        kReplaces + "'//'\n",
+                        {}},
+        ContainmentCase{
+            "TarFileDotSlashDot", ArchiveBuilder::Tar, ArchiveBuilder().file("./.", "x"), kReplaces + "'./.'\n", {}},
+        ContainmentCase{"TarFileEmpty", ArchiveBuilder::Tar, ArchiveBuilder().file("", "x"), kNoName, {}},
+        ContainmentCase{"PaxFolderEmpty", ArchiveBuilder::Pax, ArchiveBuilder().dir(""), kNoName, {}},
+        ContainmentCase{"ZipFileDot", ArchiveBuilder::Zip, ArchiveBuilder().file(".", "x"), kReplaces + "'.'\n", {}},
+        ContainmentCase{"ZipLinkDot",
+                        ArchiveBuilder::Zip,
+                        ArchiveBuilder().symlink(".", "watched").file("planted", "x"),
+                        kReplaces + "'.'\n",
+                        {}},
+        // A GNU static library: its symbol table is named "/", its long-name table "//".
+        ContainmentCase{"ArSymbolTable",
+                        ArchiveBuilder::Ar,
+                        ArchiveBuilder().file("/", std::string(4, '\0')).file("a.o", "object"),
+                        kReplaces + "'/'\n",
+                        {}},
+        ContainmentCase{"ArLongNameTable",
+                        ArchiveBuilder::Ar,
+                        ArchiveBuilder().file("//", "a-rather-long-member-name.o/\n").file("a.o", "object"),
+                        kReplaces + "'//'\n",
+                        {}}),
+    [](const ::testing::TestParamInfo<ContainmentCase>& info) { return info.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    LinksAndOrder, ContainmentTest,
+    ::testing::Values(
+        // With data, the writer applied the entry's mode through the link: the key became 0644.
+        ContainmentCase{"PaxHardLinkWithDataToLink",
+                        ArchiveBuilder::Pax,
+                        ArchiveBuilder().symlink("s", "../watched/key").hardlink("h", "s", "data"),
+                        kLinkToLink + "'h'\n",
+                        {}},
+        ContainmentCase{"TarHardLinkToLink",
+                        ArchiveBuilder::Tar,
+                        ArchiveBuilder().symlink("s", "../watched/key").hardlink("h", "s"),
+                        kLinkToLink + "'h'\n",
+                        {}},
+        ContainmentCase{"TarHardLinkToLinkedFolder",
+                        ArchiveBuilder::Tar,
+                        ArchiveBuilder().symlink("s", "../watched/sub").hardlink("h", "s/"),
+                        kLinkToLink + "'h'\n",
+                        {}},
+        // The writer replaces a link that stands where a folder or a file goes; it never follows it.
+        ContainmentCase{"TarFolderOverLink",
+                        ArchiveBuilder::Tar,
+                        ArchiveBuilder().symlink("lnk", "../watched").dir("lnk/").file("lnk/f", "in"),
+                        "",
+                        {{"lnk", "/"}, {"lnk/f", "in"}}},
+        ContainmentCase{"ZipFolderOverLinkWithDot",
+                        ArchiveBuilder::Zip,
+                        ArchiveBuilder().symlink("lnk", "../watched").dir("lnk/./", 0700),
+                        "",
+                        {{"lnk", "/"}}},
+        ContainmentCase{"PaxFileOverLink",
+                        ArchiveBuilder::Pax,
+                        ArchiveBuilder().symlink("key", "../watched/key").file("key", "mine", 0644),
+                        "",
+                        {{"key", "mine"}}},
+        // A folder whose mode is set when the package is closed, replaced by a link meanwhile.
+        ContainmentCase{"TarReadOnlyFolderThenLink",
+                        ArchiveBuilder::Tar,
+                        ArchiveBuilder().dir("d", 0500).symlink("d", "../watched/sub"),
+                        "",
+                        {{"d", "-> ../watched/sub"}}},
+        // `tar -C client -cf pkg .` starts with "./"; its mode must not reach dest.
+        ContainmentCase{"TarFolderDotFirst",
+                        ArchiveBuilder::Tar,
+                        ArchiveBuilder().dir("./", 0500).file("./a", "x").dir(".", 0),
+                        "",
+                        {{"a", "x"}}},
+        ContainmentCase{
+            "ZipFolderSlash", ArchiveBuilder::Zip, ArchiveBuilder().dir("/", 0700).file("a", "x"), "", {{"a", "x"}}}),
+    [](const ::testing::TestParamInfo<ContainmentCase>& info) { return info.param.name; });
