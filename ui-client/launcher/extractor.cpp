@@ -104,6 +104,11 @@ bool PrepareEntry(const ustring& dest, archive_entry* entry, const char* path) {
     const ustring own = Join(dest, elements, elements.size());
     if (!elements.empty() && IsPlainFolder(entry) && IsSymlink(own))
         unlink(own.c_str());
+    // The writer leaves the mode of a folder that is there already; but when dest is missing the
+    // entry makes it, and a package's 0500 or 0000 would leave the copy unusable. It gets the
+    // mode of the folders the writer makes on an entry's way instead.
+    if (elements.empty())
+        archive_entry_set_perm(entry, 0777);
     return true;
 }
 

@@ -241,3 +241,13 @@ INSTANTIATE_TEST_SUITE_P(
         ContainmentCase{
             "ZipFolderSlash", ArchiveBuilder::Zip, ArchiveBuilder().dir("/", 0700).file("a", "x"), "", {{"a", "x"}}}),
     [](const ::testing::TestParamInfo<ContainmentCase>& info) { return info.param.name; });
+
+// Without the caller's folder, a "./" entry makes dest: with a usable mode, not the package's.
+TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay) {
+    ASSERT_TRUE(ArchiveBuilder().dir("./", 0).file("a", "x").write(tmp / "pkg", ArchiveBuilder::Tar));
+    ASSERT_EQ(0, Extract(tmp / "pkg", tmp / "made/dest"));
+    struct stat made, dest;
+    ASSERT_TRUE(stat((tmp / "made").c_str(), &made) == 0 && stat((tmp / "made/dest").c_str(), &dest) == 0);
+    EXPECT_EQ(made.st_mode, dest.st_mode);
+    EXPECT_EQ(readFile(tmp / "made/dest/a"), "x");
+}
