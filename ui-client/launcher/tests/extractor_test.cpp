@@ -146,101 +146,56 @@ TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
     EXPECT_EQ(log.find("extractor: archive_read_extract2 failed"), std::string::npos) << log;
 }
 
+ContainmentCase Refused(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, std::string logged) {
+    return {std::move(name), format, std::move(package), std::move(logged) + "\n", {}};
+}
+ContainmentCase Written(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, Tree unpacked) {
+    return {std::move(name), format, std::move(package), "", std::move(unpacked)};
+}
+using B = ArchiveBuilder;
 const std::string kReplaces = "Entry would replace the destination folder: ";
-const std::string kNoName = "Entry has an empty name: ''\n";
-const std::string kLinkToLink = "Hard link to a symbolic link: ";
+const std::string kNoName = "Entry has an empty name: ''";
+const std::string kLinkToLink = "Hard link to a symbolic link: 'h'";
+std::string Name(const ::testing::TestParamInfo<ContainmentCase>& info) {
+    return info.param.name;
+}
 
 INSTANTIATE_TEST_SUITE_P(
     NamesOfDestItself, ContainmentTest,
     ::testing::Values(
-        ContainmentCase{"TarLinkDot",
-                        ArchiveBuilder::Tar,
-                        ArchiveBuilder().symlink(".", "watched").file("planted", "x"),
-                        kReplaces + "'.'\n",
-                        {}},
-        ContainmentCase{"TarLinkDotSlash",
-                        ArchiveBuilder::Tar,
-                        ArchiveBuilder().symlink("./", "watched").file("planted", "x"),
-                        kReplaces + "'./'\n",
-                        {}},
-        ContainmentCase{"PaxLinkDoubleSlash",
-                        ArchiveBuilder::Pax,
-                        ArchiveBuilder().symlink("//", "watched").file("planted", "x"),
-                        kReplaces + "'//'\n",
-                        {}},
-        ContainmentCase{
-            "TarFileDotSlashDot", ArchiveBuilder::Tar, ArchiveBuilder().file("./.", "x"), kReplaces + "'./.'\n", {}},
-        ContainmentCase{"TarFileEmpty", ArchiveBuilder::Tar, ArchiveBuilder().file("", "x"), kNoName, {}},
-        ContainmentCase{"PaxFolderEmpty", ArchiveBuilder::Pax, ArchiveBuilder().dir(""), kNoName, {}},
-        ContainmentCase{"ZipFileDot", ArchiveBuilder::Zip, ArchiveBuilder().file(".", "x"), kReplaces + "'.'\n", {}},
-        ContainmentCase{"ZipLinkDot",
-                        ArchiveBuilder::Zip,
-                        ArchiveBuilder().symlink(".", "watched").file("planted", "x"),
-                        kReplaces + "'.'\n",
-                        {}},
+        Refused("TarLinkDot", B::Tar, B().symlink(".", "watched").file("x", "x"), kReplaces + "'.'"),
+        Refused("TarLinkDotSlash", B::Tar, B().symlink("./", "watched").file("x", "x"), kReplaces + "'./'"),
+        Refused("PaxLinkSlashes", B::Pax, B().symlink("//", "watched").file("x", "x"), kReplaces + "'//'"),
+        Refused("TarFileDotSlashDot", B::Tar, B().file("./.", "x"), kReplaces + "'./.'"),
+        Refused("TarFileEmpty", B::Tar, B().file("", "x"), kNoName),
+        Refused("PaxFolderEmpty", B::Pax, B().dir(""), kNoName),
+        Refused("ZipFileDot", B::Zip, B().file(".", "x"), kReplaces + "'.'"),
+        Refused("ZipLinkDot", B::Zip, B().symlink(".", "watched").file("x", "x"), kReplaces + "'.'"),
         // A GNU static library: its symbol table is named "/", its long-name table "//".
-        ContainmentCase{"ArSymbolTable",
-                        ArchiveBuilder::Ar,
-                        ArchiveBuilder().file("/", std::string(4, '\0')).file("a.o", "object"),
-                        kReplaces + "'/'\n",
-                        {}},
-        ContainmentCase{"ArLongNameTable",
-                        ArchiveBuilder::Ar,
-                        ArchiveBuilder().file("//", "a-rather-long-member-name.o/\n").file("a.o", "object"),
-                        kReplaces + "'//'\n",
-                        {}}),
-    [](const ::testing::TestParamInfo<ContainmentCase>& info) { return info.param.name; });
+        Refused("ArSymbolTable", B::Ar, B().file("/", std::string(4, '\0')).file("a.o", "o"), kReplaces + "'/'"),
+        Refused("ArLongNameTable", B::Ar, B().file("//", "a-long-member-name.o/\n").file("a.o", "o"),
+                kReplaces + "'//'")),
+    Name);
 
 INSTANTIATE_TEST_SUITE_P(
     LinksAndOrder, ContainmentTest,
     ::testing::Values(
         // With data, the writer applied the entry's mode through the link: the key became 0644.
-        ContainmentCase{"PaxHardLinkWithDataToLink",
-                        ArchiveBuilder::Pax,
-                        ArchiveBuilder().symlink("s", "../watched/key").hardlink("h", "s", "data"),
-                        kLinkToLink + "'h'\n",
-                        {}},
-        ContainmentCase{"TarHardLinkToLink",
-                        ArchiveBuilder::Tar,
-                        ArchiveBuilder().symlink("s", "../watched/key").hardlink("h", "s"),
-                        kLinkToLink + "'h'\n",
-                        {}},
-        ContainmentCase{"TarHardLinkToLinkedFolder",
-                        ArchiveBuilder::Tar,
-                        ArchiveBuilder().symlink("s", "../watched/sub").hardlink("h", "s/"),
-                        kLinkToLink + "'h'\n",
-                        {}},
-        // The writer replaces a link that stands where a folder or a file goes; it never follows it.
-        ContainmentCase{"TarFolderOverLink",
-                        ArchiveBuilder::Tar,
-                        ArchiveBuilder().symlink("lnk", "../watched").dir("lnk/").file("lnk/f", "in"),
-                        "",
-                        {{"lnk", "/"}, {"lnk/f", "in"}}},
-        ContainmentCase{"ZipFolderOverLinkWithDot",
-                        ArchiveBuilder::Zip,
-                        ArchiveBuilder().symlink("lnk", "../watched").dir("lnk/./", 0700),
-                        "",
-                        {{"lnk", "/"}}},
-        ContainmentCase{"PaxFileOverLink",
-                        ArchiveBuilder::Pax,
-                        ArchiveBuilder().symlink("key", "../watched/key").file("key", "mine", 0644),
-                        "",
-                        {{"key", "mine"}}},
-        // A folder whose mode is set when the package is closed, replaced by a link meanwhile.
-        ContainmentCase{"TarReadOnlyFolderThenLink",
-                        ArchiveBuilder::Tar,
-                        ArchiveBuilder().dir("d", 0500).symlink("d", "../watched/sub"),
-                        "",
-                        {{"d", "-> ../watched/sub"}}},
+        Refused("PaxHardLinkWithDataToLink", B::Pax, B().symlink("s", "../watched/key").hardlink("h", "s", "data"),
+                kLinkToLink),
+        Refused("TarHardLinkToLink", B::Tar, B().symlink("s", "../watched/key").hardlink("h", "s"), kLinkToLink),
+        Refused("TarHardLinkToLinkedFolder", B::Tar, B().symlink("s", "../watched/sub").hardlink("h", "s/"),
+                kLinkToLink),
+        // A link where a file or a folder of the package goes is replaced, never followed.
+        Written("TarFolderOverLink", B::Tar, B().symlink("lnk", "../watched").dir("lnk/").file("lnk/f", "in"),
+                {{"lnk", "/"}, {"lnk/f", "in"}}),
+        Written("ZipFolderOverLinkWithDot", B::Zip, B().symlink("lnk", "../watched").dir("lnk/./", 0700),
+                {{"lnk", "/"}}),
+        Written("PaxFileOverLink", B::Pax, B().symlink("key", "../watched/key").file("key", "mine"), {{"key", "mine"}}),
         // `tar -C client -cf pkg .` starts with "./"; its mode must not reach dest.
-        ContainmentCase{"TarFolderDotFirst",
-                        ArchiveBuilder::Tar,
-                        ArchiveBuilder().dir("./", 0500).file("./a", "x").dir(".", 0),
-                        "",
-                        {{"a", "x"}}},
-        ContainmentCase{
-            "ZipFolderSlash", ArchiveBuilder::Zip, ArchiveBuilder().dir("/", 0700).file("a", "x"), "", {{"a", "x"}}}),
-    [](const ::testing::TestParamInfo<ContainmentCase>& info) { return info.param.name; });
+        Written("TarFolderDotFirst", B::Tar, B().dir("./", 0500).file("./a", "x").dir(".", 0), {{"a", "x"}}),
+        Written("ZipFolderSlash", B::Zip, B().dir("/", 0700).file("a", "x"), {{"a", "x"}})),
+    Name);
 
 // Without the caller's folder, a "./" entry makes dest: with a usable mode, not the package's.
 TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay) {
