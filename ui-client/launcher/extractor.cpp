@@ -98,6 +98,11 @@ bool PrepareEntry(const ustring& dest, archive_entry* entry, const char* path) {
                        "[ERROR] extractor(%d): Hard link to a symbolic link: '%s'\n", __LINE__, path);
         return false;
     }
+    // The writer makes a symbolic link of any entry that names a link target, then applies the
+    // entry's mode as its type says: for a "file" (mtree allows "type=file link=..") that chmod
+    // follows the new link out of dest. As a link, its mode is left alone.
+    if (archive_entry_symlink(entry) && !hardlink)
+        archive_entry_set_filetype(entry, AE_IFLNK);
     // The writer removes a link in the way of any entry but a folder: there it follows a link to
     // a folder and keeps it, so the package's folder would be a place outside. Removing the link
     // makes the folder the package's own, as with any other entry.

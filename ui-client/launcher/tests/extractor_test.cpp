@@ -99,6 +99,7 @@ struct ContainmentCase {
     ArchiveBuilder package;
     std::string logged; // empty: the package is sound and unpacks to `unpacked`
     Tree unpacked;
+    std::string text = ""; // a package written as it stands (mtree), instead of `package`
 };
 
 struct ContainmentTest : ExtractorTest, ::testing::WithParamInterface<ContainmentCase> {
@@ -126,7 +127,7 @@ void PrintTo(const ContainmentCase& c, std::ostream* os) {
 
 TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
     const ContainmentCase& c = GetParam();
-    ASSERT_TRUE(c.package.write(tmp / "pkg", c.format));
+    ASSERT_TRUE(c.text.empty() ? c.package.write(tmp / "pkg", c.format) : writeFile(tmp / "pkg", c.text));
     const Tree watched = snapshotWithModes(tmp / "watched");
     const auto top = Top();
     const int rc = Extract(tmp / "pkg", tmp / "dest");
@@ -147,10 +148,10 @@ TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
 }
 
 ContainmentCase Refused(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, std::string logged) {
-    return {std::move(name), format, std::move(package), std::move(logged) + "\n", {}};
+    return {std::move(name), format, std::move(package), std::move(logged) + "\n", {}, ""};
 }
 ContainmentCase Written(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, Tree unpacked) {
-    return {std::move(name), format, std::move(package), "", std::move(unpacked)};
+    return {std::move(name), format, std::move(package), "", std::move(unpacked), ""};
 }
 using B = ArchiveBuilder;
 const std::string kReplaces = "Entry would replace the destination folder: ";
@@ -194,7 +195,14 @@ INSTANTIATE_TEST_SUITE_P(
         Written("PaxFileOverLink", B::Pax, B().symlink("key", "../watched/key").file("key", "mine"), {{"key", "mine"}}),
         // `tar -C client -cf pkg .` starts with "./"; its mode must not reach dest.
         Written("TarFolderDotFirst", B::Tar, B().dir("./", 0500).file("./a", "x").dir(".", 0), {{"a", "x"}}),
-        Written("ZipFolderSlash", B::Zip, B().dir("/", 0700).file("a", "x"), {{"a", "x"}})),
+        Written("ZipFolderSlash", B::Zip, B().dir("/", 0700).file("a", "x"), {{"a", "x"}}),
+        // The writer makes a link of any entry with a link target; its mode must not go through.
+        ContainmentCase{"MtreeFileWithLinkTarget",
+                        B::Tar,
+                        B(),
+                        "",
+                        {{"l", "-> ../watched/key"}},
+                        "#mtree\nl type=file mode=0644 link=../watched/key\n"}),
     Name);
 
 // Without the caller's folder, a "./" entry makes dest: with a usable mode, not the package's.
