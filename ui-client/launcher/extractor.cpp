@@ -52,7 +52,7 @@ bool IsSymlink(const ustring& path) {
 // True when a folder on the way from dest to the last element is a symbolic link on disk. The
 // writer refuses ".." but follows links, so a package that first writes a link pointing out of
 // dest could then place files through it, anywhere the user may write. The last element itself
-// may be a link, even with "/" after it: the writer replaces it rather than following it.
+// may be a link, even with "/" after it: it is replaced, never followed (see PrepareEntry).
 bool PassesThroughLink(const ustring& dest, const std::vector<std::string>& elements) {
     for (size_t i = 1; i < elements.size(); ++i)
         if (IsSymlink(Join(dest, elements, i)))
@@ -91,8 +91,8 @@ bool PrepareEntry(const ustring& dest, archive_entry* entry, const char* path) {
                        "Cannot extract through a symbolic link");
         return false;
     }
-    // The writer applies the entry's mode with a chmod that follows the link it has just
-    // linked to: a file anywhere would take the package's mode.
+    // A hard link to a symbolic link is that link once more, and the writer applies the entry's
+    // mode to it with a chmod that follows it: a file anywhere would take the package's mode.
     if (hardlink && IsSymlink(Join(dest, target, target.size()))) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
                        "[ERROR] extractor(%d): Hard link to a symbolic link: '%s'\n", __LINE__, path);
