@@ -39,6 +39,7 @@ struct Sandbox {
     int home_cwd = open(".", O_RDONLY | O_DIRECTORY);
     std::vector<std::pair<int, int>> reports;
     int labels = 0;
+    mode_t dest_mode = 0;
 };
 // Destroyed at exit, which removes the sandbox.
 std::unique_ptr<Sandbox> box;
@@ -106,8 +107,10 @@ void RemoveTree(const std::string& path) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     box = std::make_unique<Sandbox>();
+    // Private, so that a mode applied through a link shows (the package's files are 0644).
     for (const std::string& dir : {box->root.path(), box->root / "outer", box->inner, box->cwd})
-        FUZZ_CHECK(testsupport::writeFile(dir + "/keep", "must stay as it is"));
+        FUZZ_CHECK(testsupport::writeFile(dir + "/keep", "must stay as it is") &&
+                   chmod((dir + "/keep").c_str(), 0600) == 0);
     // A few bytes can unpack to gigabytes; a write past the cap fails instead of filling the disk.
     const rlimit cap = {64 << 20, 64 << 20};
     FUZZ_CHECK(setrlimit(RLIMIT_FSIZE, &cap) == 0 && signal(SIGXFSZ, SIG_IGN) != SIG_ERR);
@@ -125,6 +128,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FUZZ_CHECK(testsupport::writeFile(box->package, std::string(reinterpret_cast<const char*>(data), size)));
     FUZZ_CHECK(mkdir(box->dest.c_str(), 0755) == 0);
+    struct stat made;
+    FUZZ_CHECK(stat(box->dest.c_str(), &made) == 0);
+    box->dest_mode = made.st_mode;
     box->reports.clear();
     box->labels = 0;
     const auto before = Describe(box->root.path(), box->dest);
@@ -137,6 +143,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FUZZ_CHECK(fchdir(box->home_cwd) == 0);
 
     FUZZ_CHECK(Describe(box->root.path(), box->dest) == before);
+    // dest itself stays the folder it was, with its mode: a package that replaced it with a link
+    // would send the later entries, and the caller's rollback, wherever the link points.
+    struct stat st;
+    FUZZ_CHECK(lstat(box->dest.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && st.st_mode == box->dest_mode);
     FUZZ_CHECK(result == 0 || result == -1);
     FUZZ_CHECK(box->labels == 1);
     // One report per entry written, numbered from 1 against the first pass's count; a

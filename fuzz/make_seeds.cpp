@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "archive_builder.h"
@@ -66,6 +67,28 @@ int main(int argc, char** argv) {
     }
     if (!ArchiveBuilder().file("only", "one entry").write(out + "/extractor_fuzz/one.tar", ArchiveBuilder::Tar))
         return 1;
+
+    // Names that mean dest itself, links where a folder or a hard link goes, and a hard link with
+    // data to a link out of dest: every shape that once reached past dest, for the fuzzer to vary.
+    const std::tuple<const char*, ArchiveBuilder::Format, ArchiveBuilder> hostile[] = {
+        {"dot-link.tar", ArchiveBuilder::Tar, ArchiveBuilder().symlink(".", "..").file("planted", "x")},
+        {"dot-link.zip", ArchiveBuilder::Zip, ArchiveBuilder().symlink(".", "..").file("planted", "x")},
+        {"slash-slash-link.pax", ArchiveBuilder::Pax, ArchiveBuilder().symlink("//", "..").file("planted", "x")},
+        {"empty-name.tar", ArchiveBuilder::Tar, ArchiveBuilder().file("", "x")},
+        {"dot-file.zip", ArchiveBuilder::Zip, ArchiveBuilder().file(".", "x")},
+        {"gnu-static-library.a", ArchiveBuilder::Ar,
+         ArchiveBuilder().file("/", std::string(4, '\0')).file("//", "a-long-member-name.o/\n").file("a.o", "x")},
+        {"hard-link-with-data-to-link.pax", ArchiveBuilder::Pax,
+         ArchiveBuilder().symlink("s", "../keep").hardlink("h", "s", "data")},
+        {"folder-over-link.tar", ArchiveBuilder::Tar,
+         ArchiveBuilder().symlink("lnk", "..").dir("lnk/").file("lnk/f", "x")},
+        {"dot-folder-first.tar", ArchiveBuilder::Tar, ArchiveBuilder().dir("./", 0).file("./a", "x").dir(".", 0500)}};
+    for (const auto& [name, format, archive] : hostile) {
+        if (!archive.write(out + "/extractor_fuzz/" + name, format)) {
+            std::fprintf(stderr, "make_seeds: cannot write %s\n", name);
+            return 1;
+        }
+    }
 
     Seed("ustring_fuzz", "path", StringInput("Velmora.app/Contents/Resources/INFO", "/", "\x05\x01\x20"));
     Seed("ustring_fuzz", "nfd", StringInput("Cafe\xCC\x81 a\xCC\xA3\xCC\x87", "e\xCC\x81", "\xE9\x01\x03"));

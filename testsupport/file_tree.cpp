@@ -1,8 +1,10 @@
 #include "file_tree.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
@@ -40,6 +42,20 @@ std::map<std::string, std::string> snapshot(const std::string& root) {
             tree[rel] = "/";
         else
             tree[rel] = readFile(it->path().string());
+    }
+    return tree;
+}
+
+std::map<std::string, std::string> snapshotWithModes(const std::string& root) {
+    std::map<std::string, std::string> tree = snapshot(root);
+    tree["."] = "/";
+    for (auto& [rel, about] : tree) {
+        struct stat st;
+        const std::string path = rel == "." ? root : root + "/" + rel;
+        char mode[16] = "(gone)";
+        if (lstat(path.c_str(), &st) == 0)
+            std::snprintf(mode, sizeof(mode), "%o", static_cast<unsigned>(st.st_mode & 07777));
+        about = std::string(mode) + " " + about;
     }
     return tree;
 }

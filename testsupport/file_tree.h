@@ -14,5 +14,8 @@ bool exists(const std::string& path);
 // link's content is "-> target"); folders appear with the content "/". Comparing two
 // snapshots tells whether a tree came back byte for byte.
 std::map<std::string, std::string> snapshot(const std::string& root);
+// The same, with the permission bits of every path in front in octal ("600 secret"), and the
+// root's own under "."; links are described, never followed. Tells a chmod that went astray.
+std::map<std::string, std::string> snapshotWithModes(const std::string& root);
 
 } // namespace testsupport

@@ -3,8 +3,12 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <cstdio>
+#include <cstring>
 #include <memory>
+#include <string>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
 
 #include "log.h"
 #include "notify_adapter.h"
@@ -19,21 +23,98 @@ const size_t kBlockSize = 10240;
 // owners, times and full permissions are deliberately not restored from the package.
 const int kWriteOptions = ARCHIVE_EXTRACT_UNLINK | ARCHIVE_EXTRACT_SECURE_NODOTDOT | ARCHIVE_EXTRACT_MAC_METADATA;
 
-// True when a folder on the way from dest to the entry's own name is a symbolic link on disk.
-// The writer refuses ".." but follows links, so a package that first writes a link pointing
-// out of dest could then place files through it, anywhere the user may write. The last name
-// may be a link: the writer replaces it rather than following it.
-bool PassesThroughLink(const ustring& dest, const char* path) {
-    ustring prefix = dest + "/";
-    for (const char* p = path; *p; ++p) {
-        if (*p == '/' && p != path && p[-1] != '/') {
-            struct stat st;
-            if (lstat(prefix.c_str(), &st) == 0 && S_ISLNK(st.st_mode))
-                return true;
-        }
-        prefix += *p;
+// The elements of an entry's name as the writer resolves it below dest: it drops empty and "."
+// elements before it touches the disk, so "./", "//" and "a/./b/" mean "", "" and "a/b".
+std::vector<std::string> NameElements(const char* path) {
+    std::vector<std::string> elements;
+    for (const char* p = path; *p;) {
+        const char* end = std::strchr(p, '/');
+        const size_t n = end ? size_t(end - p) : std::strlen(p);
+        if (n > 0 && !(n == 1 && *p == '.'))
+            elements.emplace_back(p, n);
+        p += end ? n + 1 : n;
     }
+    return elements;
+}
+
+ustring Join(const ustring& dest, const std::vector<std::string>& elements, size_t count) {
+    ustring path = dest;
+    for (size_t i = 0; i < count; ++i)
+        path += ustring("/") + ustring(elements[i].c_str());
+    return path;
+}
+
+bool IsSymlink(const ustring& path) {
+    struct stat st;
+    return lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
+}
+
+// True when a folder on the way from dest to the last element is a symbolic link on disk. The
+// writer refuses ".." but follows links, so a package that first writes a link pointing out of
+// dest could then place files through it, anywhere the user may write. The last element itself
+// may be a link, even with "/" after it: it is replaced, never followed (see PrepareEntry).
+bool PassesThroughLink(const ustring& dest, const std::vector<std::string>& elements) {
+    for (size_t i = 1; i < elements.size(); ++i)
+        if (IsSymlink(Join(dest, elements, i)))
+            return true;
     return false;
+}
+
+// The writer tells a hard or symbolic link by its target, whatever type the entry claims.
+bool IsPlainFolder(archive_entry* entry) {
+    return archive_entry_filetype(entry) == AE_IFDIR && !archive_entry_hardlink(entry) && !archive_entry_symlink(entry);
+}
+
+// Decides whether an entry may reach the writer, and clears its way; a refused one has been
+// logged. Whatever the names, types and order of the entries, nothing may land anywhere but
+// strictly below dest.
+bool PrepareEntry(const ustring& dest, archive_entry* entry, const char* path) {
+    const std::vector<std::string> elements = NameElements(path);
+    const char* hardlink = archive_entry_hardlink(entry);
+    const std::vector<std::string> target = hardlink ? NameElements(hardlink) : std::vector<std::string>();
+    if (!*path) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Entry has an empty name: '%s'\n",
+                       __LINE__, path);
+        return false;
+    }
+    // The writer removes what stands where an entry goes: dest is fresh and empty, so a link
+    // named "." would become the copy itself and send every later entry where it points. A
+    // folder naming dest ("./" heads the output of `tar -cf pkg .`) only finds it there.
+    if (elements.empty() && !IsPlainFolder(entry)) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                       "[ERROR] extractor(%d): Entry would replace the destination folder: '%s'\n", __LINE__, path);
+        return false;
+    }
+    if (PassesThroughLink(dest, elements) || (hardlink && PassesThroughLink(dest, target))) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                       "[ERROR] extractor(%d): archive_read_extract2 failed: '%s'\n", __LINE__,
+                       "Cannot extract through a symbolic link");
+        return false;
+    }
+    // A hard link to a symbolic link is that link once more, and the writer applies the entry's
+    // mode to it with a chmod that follows it: a file anywhere would take the package's mode.
+    if (hardlink && IsSymlink(Join(dest, target, target.size()))) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                       "[ERROR] extractor(%d): Hard link to a symbolic link: '%s'\n", __LINE__, path);
+        return false;
+    }
+    // The writer makes a symbolic link of any entry that names a link target, then applies the
+    // entry's mode as its type says: for a "file" (mtree allows "type=file link=..") that chmod
+    // follows the new link out of dest. As a link, its mode is left alone.
+    if (archive_entry_symlink(entry) && !hardlink)
+        archive_entry_set_filetype(entry, AE_IFLNK);
+    // The writer removes a link in the way of any entry but a folder: there it follows a link to
+    // a folder and keeps it, so the package's folder would be a place outside. Removing the link
+    // makes the folder the package's own, as with any other entry.
+    const ustring own = Join(dest, elements, elements.size());
+    if (!elements.empty() && IsPlainFolder(entry) && IsSymlink(own))
+        unlink(own.c_str());
+    // The writer leaves the mode of a folder that is there already; but when dest is missing the
+    // entry makes it, and a package's 0500 or 0000 would leave the copy unusable. It gets the
+    // mode of the folders the writer makes on an entry's way instead.
+    if (elements.empty())
+        archive_entry_set_perm(entry, 0777);
+    return true;
 }
 
 // Freeing also closes, so every return path releases what it created.
@@ -143,14 +224,11 @@ int Extractor::Extract() {
             result = -1;
             break;
         }
-        const char* hardlink = archive_entry_hardlink(entry);
-        if (PassesThroughLink(dest, path) || (hardlink && PassesThroughLink(dest, hardlink))) {
-            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
-                           "[ERROR] extractor(%d): archive_read_extract2 failed: '%s'\n", __LINE__,
-                           "Cannot extract through a symbolic link");
+        if (!PrepareEntry(dest, entry, path)) {
             result = -1;
             break;
         }
+        const char* hardlink = archive_entry_hardlink(entry);
         // Always joined with a "/", so even an absolute entry path lands below dest. A hard
         // link names another entry of the package, so its target is joined the same way;
         // otherwise it would be looked up from the working folder. Both are computed before

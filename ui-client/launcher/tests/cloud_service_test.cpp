@@ -81,6 +81,37 @@ TEST_F(BundleTest, KeepsInstallationByteForByteWhenNoBackupNameIsFreeOrPackageIs
     EXPECT_TRUE(Logged("Failed to extract package, rollback to old installation\n"));
 }
 
+// An unpack that fails after the new copy has become a link to a folder beside it (what an
+// entry named "." once made of it): the rollback removes the link, never what it points to.
+TEST_F(BundleTest, RollbackOverACopyTurnedIntoALinkLeavesItsTargetAlone) {
+    struct LinkingService : MacService {
+        int ExtractPackage() override {
+            const int rc = MacService::ExtractPackage();
+            fs::remove_all(App());
+            fs::create_directory_symlink(sibling, App());
+            return rc;
+        }
+        std::string App() const { return user_app_path.c_str(); }
+        std::string sibling;
+    };
+    WriteOldInstall();
+    const auto before = snapshot(App());
+    const std::string sibling = home_.path() + "/.Velmora/data";
+    writeFile(sibling + "/settings", "user's own");
+    writeFile(sibling + "/keys/private", "secret");
+    fs::permissions(sibling + "/keys/private", fs::perms::owner_read | fs::perms::owner_write);
+    const auto watched = snapshotWithModes(sibling);
+    ASSERT_TRUE(WritePackage(ArchiveBuilder().file("Contents/Info.plist", "new").file("", "nameless")));
+    LinkingService service;
+    service.sibling = sibling;
+    EXPECT_EQ(-1, service.PrepareUserEnv());
+    EXPECT_TRUE(Logged("Entry has an empty name: ''\n"));
+    EXPECT_TRUE(Logged("Failed to extract package, rollback to old installation\n"));
+    EXPECT_EQ(watched, snapshotWithModes(sibling));
+    EXPECT_FALSE(fs::is_symlink(App()));
+    EXPECT_EQ(before, snapshot(App()));
+}
+
 TEST_F(BundleTest, ReadsBuildNumbersLikeAtoiAndNeverDowngrades) {
     const std::tuple<std::string, std::string, bool, bool> cases[] = {
         {"[Version]\nbuild_version=12abc\n", "12", true, false},

@@ -2,6 +2,7 @@
 #include <QThread>
 #include <gtest/gtest.h>
 #include <regex>
+#include <set>
 #include <sys/stat.h>
 #include <thread>
 
@@ -87,4 +88,129 @@ TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
     struct stat a, b;
     ASSERT_TRUE(stat((tmp / "dest/d/a").c_str(), &a) == 0 && stat((tmp / "dest/b").c_str(), &b) == 0);
     EXPECT_TRUE(a.st_ino == b.st_ino && readFile(tmp / "dest/b") == "same");
+}
+
+// Whatever a package holds, it may write only strictly below dest. Each case unpacks into a
+// fresh, empty dest beside a watched folder whose names, contents and modes must not change;
+// links in the packages point at it ("watched" from dest's parent, "../watched" from inside).
+struct ContainmentCase {
+    std::string name;
+    ArchiveBuilder::Format format;
+    ArchiveBuilder package;
+    std::string logged; // empty: the package is sound and unpacks to `unpacked`
+    Tree unpacked;
+    std::string text = ""; // a package written as it stands (mtree), instead of `package`
+};
+
+struct ContainmentTest : ExtractorTest, ::testing::WithParamInterface<ContainmentCase> {
+    void SetUp() override {
+        ExtractorTest::SetUp();
+        ASSERT_TRUE(writeFile(tmp / "watched/key", "private") && writeFile(tmp / "watched/sub/pub", "public"));
+        ASSERT_EQ(0, chmod((tmp / "watched/key").c_str(), 0600));
+        ASSERT_EQ(0, chmod((tmp / "watched/sub").c_str(), 0700));
+        ASSERT_EQ(0, chmod((tmp / "watched").c_str(), 0750));
+        ASSERT_EQ(0, mkdir((tmp / "dest").c_str(), 0755));
+        ASSERT_EQ(0, chmod((tmp / "dest").c_str(), 0755));
+    }
+    // The names at the top of the scratch folder, where a replaced dest would send entries.
+    std::set<std::string> Top() {
+        std::set<std::string> top;
+        for (const auto& [rel, about] : snapshot(tmp.path()))
+            if (rel.find('/') == std::string::npos)
+                top.insert(rel + (about == "/" ? "/" : ""));
+        return top;
+    }
+};
+void PrintTo(const ContainmentCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
+    const ContainmentCase& c = GetParam();
+    ASSERT_TRUE(c.text.empty() ? c.package.write(tmp / "pkg", c.format) : writeFile(tmp / "pkg", c.text));
+    const Tree watched = snapshotWithModes(tmp / "watched");
+    const auto top = Top();
+    const int rc = Extract(tmp / "pkg", tmp / "dest");
+    struct stat st;
+    ASSERT_EQ(0, lstat((tmp / "dest").c_str(), &st));
+    EXPECT_TRUE(S_ISDIR(st.st_mode) && (st.st_mode & 07777) == 0755) << std::oct << st.st_mode;
+    EXPECT_EQ(watched, snapshotWithModes(tmp / "watched"));
+    EXPECT_EQ(top, Top());
+    if (c.logged.empty()) {
+        EXPECT_EQ(rc, 0);
+        EXPECT_EQ(snapshot(tmp / "dest"), c.unpacked);
+        return;
+    }
+    EXPECT_EQ(rc, -1);
+    const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
+    EXPECT_NE(log.find("[ERROR] extractor: " + c.logged), std::string::npos) << log;
+    EXPECT_EQ(log.find("extractor: archive_read_extract2 failed"), std::string::npos) << log;
+}
+
+ContainmentCase Refused(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, std::string logged) {
+    return {std::move(name), format, std::move(package), std::move(logged) + "\n", {}, ""};
+}
+ContainmentCase Written(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, Tree unpacked) {
+    return {std::move(name), format, std::move(package), "", std::move(unpacked), ""};
+}
+using B = ArchiveBuilder;
+const std::string kReplaces = "Entry would replace the destination folder: ";
+const std::string kNoName = "Entry has an empty name: ''";
+const std::string kLinkToLink = "Hard link to a symbolic link: 'h'";
+std::string Name(const ::testing::TestParamInfo<ContainmentCase>& info) {
+    return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    NamesOfDestItself, ContainmentTest,
+    ::testing::Values(
+        Refused("TarLinkDot", B::Tar, B().symlink(".", "watched").file("x", "x"), kReplaces + "'.'"),
+        Refused("TarLinkDotSlash", B::Tar, B().symlink("./", "watched").file("x", "x"), kReplaces + "'./'"),
+        Refused("PaxLinkSlashes", B::Pax, B().symlink("//", "watched").file("x", "x"), kReplaces + "'//'"),
+        Refused("TarFileDotSlashDot", B::Tar, B().file("./.", "x"), kReplaces + "'./.'"),
+        Refused("TarFileEmpty", B::Tar, B().file("", "x"), kNoName),
+        Refused("PaxFolderEmpty", B::Pax, B().dir(""), kNoName),
+        Refused("ZipFileDot", B::Zip, B().file(".", "x"), kReplaces + "'.'"),
+        Refused("ZipLinkDot", B::Zip, B().symlink(".", "watched").file("x", "x"), kReplaces + "'.'"),
+        // A GNU static library: its symbol table is named "/", its long-name table "//".
+        Refused("ArSymbolTable", B::Ar, B().file("/", std::string(4, '\0')).file("a.o", "o"), kReplaces + "'/'"),
+        Refused("ArLongNameTable", B::Ar, B().file("//", "a-long-member-name.o/\n").file("a.o", "o"),
+                kReplaces + "'//'")),
+    Name);
+
+INSTANTIATE_TEST_SUITE_P(
+    LinksAndOrder, ContainmentTest,
+    ::testing::Values(
+        // With data, the writer applied the entry's mode through the link: the key became 0644.
+        Refused("PaxHardLinkWithDataToLink", B::Pax, B().symlink("s", "../watched/key").hardlink("h", "s", "data"),
+                kLinkToLink),
+        Refused("TarHardLinkToLink", B::Tar, B().symlink("s", "../watched/key").hardlink("h", "s"), kLinkToLink),
+        Refused("TarHardLinkToLinkedFolder", B::Tar, B().symlink("s", "../watched/sub").hardlink("h", "s/"),
+                kLinkToLink),
+        // A link where a file or a folder of the package goes is replaced, never followed.
+        Written("TarFolderOverLink", B::Tar, B().symlink("lnk", "../watched").dir("lnk/").file("lnk/f", "in"),
+                {{"lnk", "/"}, {"lnk/f", "in"}}),
+        Written("ZipFolderOverLinkWithDot", B::Zip, B().symlink("lnk", "../watched").dir("lnk/./", 0700),
+                {{"lnk", "/"}}),
+        Written("PaxFileOverLink", B::Pax, B().symlink("key", "../watched/key").file("key", "mine"), {{"key", "mine"}}),
+        // `tar -C client -cf pkg .` starts with "./"; its mode must not reach dest.
+        Written("TarFolderDotFirst", B::Tar, B().dir("./", 0500).file("./a", "x").dir(".", 0), {{"a", "x"}}),
+        Written("ZipFolderSlash", B::Zip, B().dir("/", 0700).file("a", "x"), {{"a", "x"}}),
+        // The writer makes a link of any entry with a link target; its mode must not go through.
+        ContainmentCase{"MtreeFileWithLinkTarget",
+                        B::Tar,
+                        B(),
+                        "",
+                        {{"l", "-> ../watched/key"}},
+                        "#mtree\nl type=file mode=0644 link=../watched/key\n"}),
+    Name);
+
+// Without the caller's folder, a "./" entry makes dest: with a usable mode, not the package's.
+TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay) {
+    ASSERT_TRUE(ArchiveBuilder().dir("./", 0).file("a", "x").write(tmp / "pkg", ArchiveBuilder::Tar));
+    ASSERT_EQ(0, Extract(tmp / "pkg", tmp / "made/dest"));
+    struct stat made, dest;
+    ASSERT_TRUE(stat((tmp / "made").c_str(), &made) == 0 && stat((tmp / "made/dest").c_str(), &dest) == 0);
+    EXPECT_EQ(made.st_mode, dest.st_mode);
+    EXPECT_EQ(readFile(tmp / "made/dest/a"), "x");
 }
