@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "config.h"
 #include "file_tree.h"
@@ -16,45 +15,112 @@ std::string Render(const Config& config) {
     return out;
 }
 
-TEST(ConfigRead, AcceptsEveryValidLineFormAndKeepsEarlierEntries) {
-    // The 10,000-byte line is read as two lines: its first 8191 bytes, then the rest.
-    const std::string x(8189, 'x'), y(1806, 'y');
+// A named file text and, for an accepted file, the map it gives.
+struct Row {
+    const char* name;
+    std::string text;
+    std::string entries;
+};
+
+std::string RowName(const ::testing::TestParamInfo<Row>& info) {
+    return info.param.name;
+}
+
+void PrintTo(const Row& row, std::ostream* os) {
+    *os << row.name;
+}
+
+class ConfigAccepts : public ::testing::TestWithParam<Row> {};
+
+TEST_P(ConfigAccepts, ReadsTheLineIntoTheMap) {
     testsupport::TempDir dir;
-    ASSERT_TRUE(testsupport::writeFile(dir / "c.conf", "k=" + x + "j=" + y +
-                                                           "\n# comment\n\n  \t\f\nkey=value\r\nq=''\n=5\na.b-c_D9=v\n"
-                                                           "w='two words'\nd=\"it's\"\ns='say \"hi\"'\nr=1\nr=2\n"
-                                                           "name=Zo\xC3\xAB\nc = b   # note\nh=d#e\nf#g=1\nlast"));
+    ASSERT_TRUE(testsupport::writeFile(dir / "c.conf", GetParam().text));
     Config config;
-    config["zz"] = "kept";
+    EXPECT_EQ(config.read(dir / "c.conf"), 0);
+    EXPECT_EQ(Render(config), GetParam().entries);
+}
+
+// The long line is read as its first 8191 bytes, then the rest as a line of its own.
+INSTANTIATE_TEST_SUITE_P(Lines, ConfigAccepts,
+                         ::testing::Values(Row{"CommentsAndBlankLinesOnly", "# comment\n\n  \t\f\n", ""},
+                                           Row{"CarriageReturnEndsTheValue", "key=value\r\n", "key=value;"},
+                                           Row{"EmptySingleQuotedValue", "q=''\n", "q=;"},
+                                           Row{"EmptyKey", "=5\n", "=5;"},
+                                           Row{"KeyWithDotHyphenUnderscoreDigits", "a.b-c_D9=v\n", "a.b-c_D9=v;"},
+                                           Row{"SingleQuotesKeepTheBlank", "w='two words'\n", "w=two words;"},
+                                           Row{"DoubleQuotesHoldASingleQuote", "d=\"it's\"\n", "d=it's;"},
+                                           Row{"SingleQuotesHoldADoubleQuote", "s='say \"hi\"'\n", "s=say \"hi\";"},
+                                           Row{"LastValueWins", "r=1\nr=2\n", "r=2;"},
+                                           Row{"Utf8Value", "name=Zo\xC3\xAB\n", "name=Zo\xC3\xAB;"},
+                                           Row{"BlanksAroundEqualsAndTrailingComment", "c = b   # note\n", "c=b;"},
+                                           Row{"HashInsideAValue", "h=d#e\n", "h=d#e;"},
+                                           Row{"KeyRunningIntoHashIsIgnored", "f#g=1\n", ""},
+                                           Row{"KeyOnlyLastLineWithoutLineFeedIsIgnored", "x=1\nlast", "x=1;"},
+                                           Row{"LongLineInTwoPieces", "k=" + std::string(8189, 'x') + "j=y\n",
+                                               "j=y;k=" + std::string(8189, 'x') + ";"}),
+                         RowName);
+
+class ConfigRejects : public ::testing::TestWithParam<Row> {};
+
+TEST_P(ConfigRejects, FailsAndEmptiesTheWholeMap) {
+    testsupport::TempDir dir;
+    ASSERT_TRUE(testsupport::writeFile(dir / "c.conf", "x=1\n" + GetParam().text + "y=2\n"));
+    Config config;
+    config["zz"] = "before";
+    EXPECT_EQ(config.read(dir / "c.conf"), -1);
+    EXPECT_EQ(Render(config), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, ConfigRejects,
+                         ::testing::Values(Row{"EmptyValue", "key=\n", ""}, Row{"BlankValue", "key=   \n", ""},
+                                           Row{"Section", "[section]\n", ""}, Row{"BlankInKey", "my key=1\n", ""},
+                                           Row{"UnclosedQuote", "a='open\n", ""},
+                                           Row{"TabInsideQuotes", "a=\"t\tb\"\n", ""}, Row{"KeyOnlyLine", "abc\n", ""},
+                                           Row{"TwoWords", "a=b c\n", ""},
+                                           Row{"ControlByteAfterValue", "a=b\x01\n", ""},
+                                           Row{"TextAfterClosingQuote", "a='b'c\n", ""},
+                                           Row{"ByteOrderMark", "\xEF\xBB\xBFz=1\n", ""}),
+                         RowName);
+
+TEST(ConfigRead, KeepsEarlierEntriesAndReplacesThoseTheFileRepeats) {
+    testsupport::TempDir dir;
+    ASSERT_TRUE(testsupport::writeFile(dir / "c.conf", "b=new\n"));
+    Config config;
+    config["a"] = "kept";
+    config["b"] = "old";
     ASSERT_EQ(config.read(dir / "c.conf"), 0);
-    EXPECT_EQ(Render(config), "=5;a.b-c_D9=v;c=b;d=it's;h=d#e;j=" + y + ";k=" + x +
-                                  ";key=value;name=Zo\xC3\xAB;q=;r=2;s=say \"hi\";w=two words;zz=kept;");
+    EXPECT_EQ(Render(config), "a=kept;b=new;");
 }
 
-TEST(ConfigRead, AnySyntaxErrorEmptiesTheWholeMap) {
-    const std::vector<std::string> rejected = {
-        "key=\n", "key=   \n", "[section]\n", "my key=1\n", "a='open\n",        "a=\"t\tb\"\n",
-        "abc\n",  "a=b c\n",   "a=b\x01\n",   "a='b'c\n",   "\xEF\xBB\xBFz=1\n"};
-    testsupport::TempDir dir;
-    for (const auto& text : rejected) {
-        ASSERT_TRUE(testsupport::writeFile(dir / "c.conf", "x=1\n" + text + "y=2\n"));
-        Config config;
-        config["zz"] = "kept";
-        EXPECT_EQ(config.read(dir / "c.conf"), -1) << text;
-        EXPECT_EQ(Render(config), "") << text;
-    }
+struct Number {
+    const char* name;
+    const char* text;
+    int value;
+};
+
+void PrintTo(const Number& number, std::ostream* os) {
+    *os << number.name;
 }
 
-TEST(ConfigGetInt, ReadsALeadingDecimalNumberAndZeroForAnythingElse) {
+class ConfigGetInt : public ::testing::TestWithParam<Number> {};
+
+TEST_P(ConfigGetInt, ReadsALeadingDecimalNumberOrZero) {
     Config config;
-    std::string numbers;
-    for (const char* text : {"7", "-1", "+12abc", "0x1F", "abc", "", "99999999999"}) {
-        config["v"] = text;
-        numbers += std::to_string(config.get_int("v")) + " ";
-    }
-    EXPECT_EQ(numbers, "7 -1 12 0 0 0 0 ");
+    config["v"] = GetParam().text;
+    EXPECT_EQ(config.get_int("v"), GetParam().value);
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, ConfigGetInt,
+                         ::testing::Values(Number{"Plain", "7", 7}, Number{"Negative", "-1", -1},
+                                           Number{"SignAndTrailingText", "+12abc", 12}, Number{"Hex", "0x1F", 0},
+                                           Number{"Letters", "abc", 0}, Number{"Empty", "", 0},
+                                           Number{"OutOfRange", "99999999999", 0}),
+                         [](const ::testing::TestParamInfo<Number>& info) { return std::string(info.param.name); });
+
+TEST(ConfigGetInt, AddsAnAbsentKeyWithAnEmptyValueAndGivesZero) {
+    Config config;
     EXPECT_EQ(config.get_int("absent"), 0);
-    EXPECT_EQ(Render(config), "absent=;v=99999999999;");
+    EXPECT_EQ(Render(config), "absent=;");
 }
 
 } // namespace
