@@ -15,11 +15,11 @@ std::string Render(const Config& config) {
     return out;
 }
 
-// A named file text and, for an accepted file, the map it gives.
+// A named text and what it gives: the rendered map of an accepted file, the number of a value.
 struct Row {
     const char* name;
     std::string text;
-    std::string entries;
+    std::string expected;
 };
 
 std::string RowName(const ::testing::TestParamInfo<Row>& info) {
@@ -37,28 +37,27 @@ TEST_P(ConfigAccepts, ReadsTheLineIntoTheMap) {
     ASSERT_TRUE(testsupport::writeFile(dir / "c.conf", GetParam().text));
     Config config;
     EXPECT_EQ(config.read(dir / "c.conf"), 0);
-    EXPECT_EQ(Render(config), GetParam().entries);
+    EXPECT_EQ(Render(config), GetParam().expected);
 }
 
-// The long line is read as its first 8191 bytes, then the rest as a line of its own.
-INSTANTIATE_TEST_SUITE_P(Lines, ConfigAccepts,
-                         ::testing::Values(Row{"CommentsAndBlankLinesOnly", "# comment\n\n  \t\f\n", ""},
-                                           Row{"CarriageReturnEndsTheValue", "key=value\r\n", "key=value;"},
-                                           Row{"EmptySingleQuotedValue", "q=''\n", "q=;"},
-                                           Row{"EmptyKey", "=5\n", "=5;"},
-                                           Row{"KeyWithDotHyphenUnderscoreDigits", "a.b-c_D9=v\n", "a.b-c_D9=v;"},
-                                           Row{"SingleQuotesKeepTheBlank", "w='two words'\n", "w=two words;"},
-                                           Row{"DoubleQuotesHoldASingleQuote", "d=\"it's\"\n", "d=it's;"},
-                                           Row{"SingleQuotesHoldADoubleQuote", "s='say \"hi\"'\n", "s=say \"hi\";"},
-                                           Row{"LastValueWins", "r=1\nr=2\n", "r=2;"},
-                                           Row{"Utf8Value", "name=Zo\xC3\xAB\n", "name=Zo\xC3\xAB;"},
-                                           Row{"BlanksAroundEqualsAndTrailingComment", "c = b   # note\n", "c=b;"},
-                                           Row{"HashInsideAValue", "h=d#e\n", "h=d#e;"},
-                                           Row{"KeyRunningIntoHashIsIgnored", "f#g=1\n", ""},
-                                           Row{"KeyOnlyLastLineWithoutLineFeedIsIgnored", "x=1\nlast", "x=1;"},
-                                           Row{"LongLineInTwoPieces", "k=" + std::string(8189, 'x') + "j=y\n",
-                                               "j=y;k=" + std::string(8189, 'x') + ";"}),
-                         RowName);
+const Row kAccepted[] = {
+    {"CommentsAndBlankLinesOnly", "# comment\n\n  \t\f\n", ""},
+    {"CarriageReturnEndsTheValue", "key=value\r\n", "key=value;"},
+    {"EmptySingleQuotedValue", "q=''\n", "q=;"},
+    {"EmptyKey", "=5\n", "=5;"},
+    {"KeyWithDotHyphenUnderscoreDigits", "a.b-c_D9=v\n", "a.b-c_D9=v;"},
+    {"SingleQuotesKeepTheBlank", "w='two words'\n", "w=two words;"},
+    {"DoubleQuotesHoldASingleQuote", "d=\"it's\"\n", "d=it's;"},
+    {"SingleQuotesHoldADoubleQuote", "s='say \"hi\"'\n", "s=say \"hi\";"},
+    {"LastValueWins", "r=1\nr=2\n", "r=2;"},
+    {"Utf8Value", "name=Zo\xC3\xAB\n", "name=Zo\xC3\xAB;"},
+    {"BlanksAroundEqualsAndTrailingComment", "c = b   # note\n", "c=b;"},
+    {"HashInsideAValue", "h=d#e\n", "h=d#e;"},
+    {"KeyRunningIntoHashIsIgnored", "f#g=1\n", ""},
+    {"KeyOnlyLastLineWithoutLineFeedIsIgnored", "x=1\nlast", "x=1;"},
+    // Read as its first 8191 bytes, then the rest as a line of its own.
+    {"LongLineInTwoPieces", "k=" + std::string(8189, 'x') + "j=y\n", "j=y;k=" + std::string(8189, 'x') + ";"}};
+INSTANTIATE_TEST_SUITE_P(Lines, ConfigAccepts, ::testing::ValuesIn(kAccepted), RowName);
 
 class ConfigRejects : public ::testing::TestWithParam<Row> {};
 
@@ -71,16 +70,18 @@ TEST_P(ConfigRejects, FailsAndEmptiesTheWholeMap) {
     EXPECT_EQ(Render(config), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Lines, ConfigRejects,
-                         ::testing::Values(Row{"EmptyValue", "key=\n", ""}, Row{"BlankValue", "key=   \n", ""},
-                                           Row{"Section", "[section]\n", ""}, Row{"BlankInKey", "my key=1\n", ""},
-                                           Row{"UnclosedQuote", "a='open\n", ""},
-                                           Row{"TabInsideQuotes", "a=\"t\tb\"\n", ""}, Row{"KeyOnlyLine", "abc\n", ""},
-                                           Row{"TwoWords", "a=b c\n", ""},
-                                           Row{"ControlByteAfterValue", "a=b\x01\n", ""},
-                                           Row{"TextAfterClosingQuote", "a='b'c\n", ""},
-                                           Row{"ByteOrderMark", "\xEF\xBB\xBFz=1\n", ""}),
-                         RowName);
+const Row kRejected[] = {{"EmptyValue", "key=\n", ""},
+                         {"BlankValue", "key=   \n", ""},
+                         {"Section", "[section]\n", ""},
+                         {"BlankInKey", "my key=1\n", ""},
+                         {"UnclosedQuote", "a='open\n", ""},
+                         {"TabInsideQuotes", "a=\"t\tb\"\n", ""},
+                         {"KeyOnlyLine", "abc\n", ""},
+                         {"TwoWords", "a=b c\n", ""},
+                         {"ControlByteAfterValue", "a=b\x01\n", ""},
+                         {"TextAfterClosingQuote", "a='b'c\n", ""},
+                         {"ByteOrderMark", "\xEF\xBB\xBFz=1\n", ""}};
+INSTANTIATE_TEST_SUITE_P(Lines, ConfigRejects, ::testing::ValuesIn(kRejected), RowName);
 
 TEST(ConfigRead, KeepsEarlierEntriesAndReplacesThoseTheFileRepeats) {
     testsupport::TempDir dir;
@@ -92,30 +93,18 @@ TEST(ConfigRead, KeepsEarlierEntriesAndReplacesThoseTheFileRepeats) {
     EXPECT_EQ(Render(config), "a=kept;b=new;");
 }
 
-struct Number {
-    const char* name;
-    const char* text;
-    int value;
-};
-
-void PrintTo(const Number& number, std::ostream* os) {
-    *os << number.name;
-}
-
-class ConfigGetInt : public ::testing::TestWithParam<Number> {};
+class ConfigGetInt : public ::testing::TestWithParam<Row> {};
 
 TEST_P(ConfigGetInt, ReadsALeadingDecimalNumberOrZero) {
     Config config;
     config["v"] = GetParam().text;
-    EXPECT_EQ(config.get_int("v"), GetParam().value);
+    EXPECT_EQ(std::to_string(config.get_int("v")), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Values, ConfigGetInt,
-                         ::testing::Values(Number{"Plain", "7", 7}, Number{"Negative", "-1", -1},
-                                           Number{"SignAndTrailingText", "+12abc", 12}, Number{"Hex", "0x1F", 0},
-                                           Number{"Letters", "abc", 0}, Number{"Empty", "", 0},
-                                           Number{"OutOfRange", "99999999999", 0}),
-                         [](const ::testing::TestParamInfo<Number>& info) { return std::string(info.param.name); });
+const Row kNumbers[] = {
+    {"Plain", "7", "7"},     {"Negative", "-1", "-1"}, {"SignAndTrailingText", "+12abc", "12"}, {"Hex", "0x1F", "0"},
+    {"Letters", "abc", "0"}, {"Empty", "", "0"},       {"OutOfRange", "99999999999", "0"}};
+INSTANTIATE_TEST_SUITE_P(Values, ConfigGetInt, ::testing::ValuesIn(kNumbers), RowName);
 
 TEST(ConfigGetInt, AddsAnAbsentKeyWithAnEmptyValueAndGivesZero) {
     Config config;
