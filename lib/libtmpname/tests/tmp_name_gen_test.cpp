@@ -10,19 +10,16 @@
 
 namespace {
 
-// Expected names from a textbook RC4 (key byte k[i % len(k)], the same as this generator's
-// schedule for a 256-byte key buffer) written independently and run once as `python3 kat.py`:
-//   import base64
-//   k = b"1700000000-123456".ljust(256, b"\0"); S = list(range(256)); j = 0
+// Expected names from a textbook RC4 written independently (key byte k[i % len(k)], which equals
+// this generator's schedule for a 256-byte key buffer), run once with python3:
+//   import base64; k = b"1700000000-123456".ljust(256, b"\0"); S = list(range(256)); j = 0
 //   for i in range(256): j = (j + S[i] + k[i % len(k)]) % 256; S[i], S[j] = S[j], S[i]
 //   for name in range(3):
 //       i = j = 0; out = bytearray()
 //       for _ in range(6):
 //           i = (i + 1) % 256; j = (j + S[i]) % 256; S[i], S[j] = S[j], S[i]; out.append(S[(S[i] + S[j]) % 256])
-//       print(out.hex(), base64.b64encode(out).translate(bytes.maketrans(
-//           b"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/",
-//           b"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-_")).decode())
-// which printed: 10ef85c0e759 4e-5Metp / b48843a64ec9 J8x3FAX9 / 0b66d4b663ee 2SrkJCfK
+//       print(base64.b64encode(out).translate(bytes.maketrans(b"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+//           b"0123456789+/", b"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-_")).decode())
 struct KnownKey {
     unsigned char bytes[256] = {};
     KnownKey() { memcpy(bytes, "1700000000-123456", 17); }
@@ -41,14 +38,29 @@ TEST(TmpNameGen, NamesFollowRc4OverTheWholeKeyBufferWithIndicesRestartingPerName
     EXPECT_STREQ(gen.getTmpName().c_str(), "2SrkJCfK");
 }
 
-TEST(TmpNameGen, PathsJoinTheFolderAsGivenWithOneSlash) {
-    std::string path = TmpNameGen::getInstance()->getTmpPath("/tmp").c_str();
-    EXPECT_EQ(path.substr(0, 5), "/tmp/");
-    EXPECT_TRUE(wellFormed(path.substr(5))) << path;
-    std::string bare = TmpNameGen::getInstance()->getTmpPath("").c_str();
-    EXPECT_EQ(bare[0], '/');
-    EXPECT_TRUE(wellFormed(bare.substr(1))) << bare;
+// A folder as given and what the path must start with before the eight-character name.
+struct Folder {
+    const char* name;
+    const char* dir;
+    std::string prefix;
+};
+
+void PrintTo(const Folder& folder, std::ostream* os) {
+    *os << folder.name;
 }
+
+class TmpPath : public ::testing::TestWithParam<Folder> {};
+
+TEST_P(TmpPath, PutsOneSlashBetweenTheFolderAsGivenAndTheName) {
+    const std::string path = TmpNameGen::getInstance()->getTmpPath(GetParam().dir).c_str();
+    EXPECT_EQ(path.substr(0, GetParam().prefix.size()), GetParam().prefix);
+    EXPECT_TRUE(wellFormed(path.substr(GetParam().prefix.size()))) << path;
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, TmpPath,
+                         ::testing::Values(Folder{"Plain", "/tmp", "/tmp/"}, Folder{"Empty", "", "/"},
+                                           Folder{"TrailingSlashIsKept", "/tmp/", "/tmp//"}),
+                         [](const ::testing::TestParamInfo<Folder>& info) { return std::string(info.param.name); });
 
 // Every name must come from its own generator step: a torn step would show up as a name that
 // the single-threaded sequence from the same key never produces, or as a duplicate.
