@@ -1,5 +1,7 @@
 #include <QCoreApplication>
 #include <QThread>
+#include <archive.h>
+#include <archive_entry.h>
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
@@ -33,8 +35,10 @@ struct ExtractorTest : ::testing::Test {
     void TearDown() override { Logger::Destroy(); }
     int Extract(const std::string& src, const std::string& dest) {
         int rc = 1;
+        reports.clear();
         std::thread([&] { rc = Extractor{dest.c_str(), src.c_str()}.Extract(); }).join();
-        return reports.clear(), QCoreApplication::processEvents(), rc;
+        QCoreApplication::processEvents();
+        return rc;
     }
 
     TempDir tmp;
@@ -43,42 +47,86 @@ struct ExtractorTest : ::testing::Test {
     QStringList labels;
 };
 
-TEST_F(ExtractorTest, ReportsEachEntryOnceAndReplacesWhatIsInTheWayInEveryFormat) {
+struct FormatTest : ExtractorTest, ::testing::WithParamInterface<ArchiveBuilder::Format> {};
+
+TEST_P(FormatTest, ReportsEachEntryOnceAndReplacesWhatIsInTheWay) {
     ArchiveBuilder b; // The link dangles: snapshot() would key a live link by its target's path.
     b.dir("d").file("d/a", "alpha").symlink("d/ln", "gone").file("/abs", "new");
-    for (auto format : {ArchiveBuilder::Tar, ArchiveBuilder::TarGz, ArchiveBuilder::Zip, ArchiveBuilder::SevenZip}) {
-        const std::string dest = tmp / std::to_string(format);
-        ASSERT_TRUE(b.write(tmp / "pkg", format) && writeFile(dest + "/abs", "old"));
-        EXPECT_EQ(Extract(tmp / "pkg", dest), 0);
-        EXPECT_EQ(reports, (decltype(reports){{4, 1}, {4, 2}, {4, 3}, {4, 4}})) << format;
-        EXPECT_EQ(snapshot(dest), (Tree{{"d", "/"}, {"d/a", "alpha"}, {"d/ln", "-> gone"}, {"abs", "new"}}));
-    }
+    ASSERT_TRUE(b.write(tmp / "pkg", GetParam()) && writeFile(tmp / "dest/abs", "old"));
+    EXPECT_EQ(Extract(tmp / "pkg", tmp / "dest"), 0);
+    EXPECT_EQ(reports, (decltype(reports){{4, 1}, {4, 2}, {4, 3}, {4, 4}}));
+    EXPECT_EQ(snapshot(tmp / "dest"), (Tree{{"d", "/"}, {"d/a", "alpha"}, {"d/ln", "-> gone"}, {"abs", "new"}}));
 }
 
-TEST_F(ExtractorTest, HostileBrokenOrMissingInputFailsWithItsLogLineAndStaysInDest) {
-    ASSERT_TRUE(ArchiveBuilder().file("ok", "ok").file("a/../../b", "x").file("c", "c").write(tmp / "dots"));
-    ASSERT_TRUE(ArchiveBuilder().file("big", std::string(99999, 'x')).write(tmp / "t", ArchiveBuilder::Tar));
-    ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 40000)) && writeFile(tmp / "text", "words"));
-    ASSERT_TRUE(ArchiveBuilder().write(tmp / "empty", ArchiveBuilder::Tar));
-    ASSERT_TRUE(ArchiveBuilder().symlink("l", "..").file("l/escaped", "x").write(tmp / "out", ArchiveBuilder::Tar));
-    const std::vector<std::tuple<std::string, std::string, std::string, size_t>> cases = {
-        {tmp / "dots", tmp / "in/dest", "archive_read_extract2 failed: 'Path contains '..''\n", 1},
-        {tmp / "cut", tmp / "cut_out", "archive_read_extract2 failed: 'Truncated", 0},
-        {tmp / "out", tmp / "in/ln", "archive_read_extract2 failed: 'Cannot extract through a symbolic link'\n", 1},
-        {tmp / "empty", tmp / "in/o", "Failed to calculate total file numbers, ret: 0\n", 0},
-        {tmp / "text", tmp / "in/o", "Failed to calculate total file numbers, ret: -1\n", 0},
-        {tmp / "nope", tmp / "in/o", "archive_read_open_filename failed: 'Failed to open", 0},
-        {"", tmp / "in/o", "Invalid Argument\n", 0},
-        {tmp / "dots", "", "Invalid Argument\n", 0}};
-    for (const auto& [src, dest, logged, n] : cases) {
-        EXPECT_EQ(Extract(src, dest), -1) << logged;
-        const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
-        EXPECT_NE(log.find("[ERROR] extractor: " + logged), std::string::npos) << logged << log;
-        EXPECT_EQ(reports.size(), n) << logged;
-    }
-    EXPECT_EQ(snapshot(tmp / "in"), (Tree{{"dest", "/"}, {"dest/ok", "ok"}, {"ln", "/"}, {"ln/l", "-> .."}}));
-    EXPECT_TRUE(labels.size() == 6 && labels.count(QStringLiteral("Velmora is initializing...")) == 6);
+std::string FormatName(const ::testing::TestParamInfo<ArchiveBuilder::Format>& info) {
+    const char* const names[] = {"Tar", "TarGz", "TarZstd", "Zip", "SevenZip"};
+    return names[info.param];
 }
+INSTANTIATE_TEST_SUITE_P(Extractor, FormatTest,
+                         ::testing::Values(ArchiveBuilder::Tar, ArchiveBuilder::TarGz, ArchiveBuilder::TarZstd,
+                                           ArchiveBuilder::Zip, ArchiveBuilder::SevenZip),
+                         FormatName);
+
+// Each bad input fails with its own log line and leaves only what came before the failure.
+struct BadInputCase {
+    std::string name;
+    std::string src;  // in the scratch folder; empty: no source given
+    std::string dest; // likewise
+    std::string logged;
+    size_t reports;
+    std::set<std::string> left; // the names dest holds afterwards
+};
+void PrintTo(const BadInputCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+struct BadInputTest : ExtractorTest, ::testing::WithParamInterface<BadInputCase> {
+    void SetUp() override {
+        ExtractorTest::SetUp();
+        ASSERT_TRUE(ArchiveBuilder().file("ok", "ok").file("a/../../b", "x").file("c", "c").write(tmp / "dots"));
+        ASSERT_TRUE(ArchiveBuilder().file("big", std::string(99999, 'x')).write(tmp / "t", ArchiveBuilder::Tar));
+        ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 40000)) && writeFile(tmp / "text", "words"));
+        ASSERT_TRUE(ArchiveBuilder().write(tmp / "empty", ArchiveBuilder::Tar));
+        ASSERT_TRUE(ArchiveBuilder().symlink("l", "..").file("l/escaped", "x").write(tmp / "out", ArchiveBuilder::Tar));
+    }
+    std::string Path(const std::string& name) const { return name.empty() ? "" : tmp / name; }
+};
+
+TEST_P(BadInputTest, FailsWithItsLogLineAndKeepsWhatCameBefore) {
+    const BadInputCase& c = GetParam();
+    EXPECT_EQ(Extract(Path(c.src), Path(c.dest)), -1);
+    const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
+    EXPECT_NE(log.find("[ERROR] extractor: " + c.logged), std::string::npos) << log;
+    EXPECT_EQ(reports.size(), c.reports);
+    std::set<std::string> left;
+    for (const auto& entry : snapshot(tmp / "dest"))
+        left.insert(entry.first);
+    EXPECT_EQ(left, c.left);
+    // The label goes up only once the arguments are usable.
+    EXPECT_EQ(labels, c.src.empty() || c.dest.empty() ? QStringList()
+                                                      : QStringList(QStringLiteral("Velmora is initializing...")));
+}
+
+std::string BadInputName(const ::testing::TestParamInfo<BadInputCase>& info) {
+    return info.param.name;
+}
+INSTANTIATE_TEST_SUITE_P(
+    Extractor, BadInputTest,
+    ::testing::Values(
+        BadInputCase{"DotDotPath", "dots", "dest", "archive_read_extract2 failed: 'Path contains '..''\n", 1, {"ok"}},
+        BadInputCase{"TruncatedData", "cut", "dest", "archive_read_extract2 failed: 'Truncated", 0, {"big"}},
+        BadInputCase{"WriteThroughLink",
+                     "out",
+                     "dest",
+                     "archive_read_extract2 failed: 'Cannot extract through a symbolic link'\n",
+                     1,
+                     {"l"}},
+        BadInputCase{"NoEntries", "empty", "dest", "Failed to calculate total file numbers, ret: 0\n", 0, {}},
+        BadInputCase{"NotAnArchive", "text", "dest", "Failed to calculate total file numbers, ret: -1\n", 0, {}},
+        BadInputCase{"MissingPackage", "nope", "dest", "archive_read_open_filename failed: 'Failed to open", 0, {}},
+        BadInputCase{"NoSource", "", "dest", "Invalid Argument\n", 0, {}},
+        BadInputCase{"NoDestination", "dots", "", "Invalid Argument\n", 0, {}}),
+    BadInputName);
 
 // A hard link names another entry of the package, never a file of the working folder.
 TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
@@ -213,4 +261,55 @@ TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay)
     ASSERT_TRUE(stat((tmp / "made").c_str(), &made) == 0 && stat((tmp / "made/dest").c_str(), &dest) == 0);
     EXPECT_EQ(made.st_mode, dest.st_mode);
     EXPECT_EQ(readFile(tmp / "made/dest/a"), "x");
+}
+
+TEST_F(ExtractorTest, ListPrintsEveryEntryPathInOrderAndStopsQuietlyAtDamage) {
+    ASSERT_TRUE(ArchiveBuilder().dir("d").file("d/a", "alpha").symlink("l", "d/a").write(tmp / "pkg"));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, (Extractor{(tmp / "dest").c_str(), (tmp / "pkg").c_str()}.List()));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "d/\nd/a\nl\n");
+
+    // Damage past the first entry: the listing ends there and still counts as done.
+    ASSERT_TRUE(
+        ArchiveBuilder().file("a", std::string(2000, 'a')).file("b", "b").write(tmp / "t", ArchiveBuilder::Tar));
+    ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 1536)));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, (Extractor{(tmp / "dest").c_str(), (tmp / "cut").c_str()}.List()));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\n");
+
+    EXPECT_EQ(-1, (Extractor{(tmp / "dest").c_str(), (tmp / "missing").c_str()}.List()));
+    EXPECT_EQ(-1, (Extractor{"", (tmp / "pkg").c_str()}.List()));
+    const std::string log = readFile(tmp / "log");
+    EXPECT_NE(log.find("archive_read_open_filename failed: 'Failed to open"), std::string::npos) << log;
+    EXPECT_NE(log.find("Invalid argument\n"), std::string::npos) << log;
+}
+
+// copy_data moves one entry's data blocks, at their offsets, from a reader to a disk writer.
+TEST_F(ExtractorTest, CopyDataWritesTheCurrentEntryWholeOrSaysWhichSideFailed) {
+    const std::string big(300000, 'b');
+    ASSERT_TRUE(ArchiveBuilder().file("f", big).write(tmp / "t", ArchiveBuilder::Tar));
+    ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 100000)));
+    const auto copy = [&](const std::string& src, const std::string& to) {
+        archive* reader = archive_read_new();
+        archive_read_support_format_all(reader);
+        archive* writer = archive_write_disk_new();
+        archive_entry* entry = nullptr;
+        int rc = 1;
+        if (archive_read_open_filename(reader, src.c_str(), 10240) == ARCHIVE_OK &&
+            archive_read_next_header(reader, &entry) == ARCHIVE_OK) {
+            archive_entry_set_pathname(entry, to.c_str());
+            if (archive_write_header(writer, entry) == ARCHIVE_OK)
+                rc = Extractor{}.copy_data(reader, writer);
+        }
+        archive_write_free(writer);
+        archive_read_free(reader);
+        return rc;
+    };
+    EXPECT_EQ(0, copy(tmp / "t", tmp / "whole"));
+    EXPECT_EQ(readFile(tmp / "whole"), big);
+    EXPECT_EQ(-1, copy(tmp / "cut", tmp / "part"));
+    EXPECT_EQ(-1, Extractor{}.copy_data(nullptr, nullptr));
+    const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
+    EXPECT_NE(log.find("[ERROR] extractor: archive_read_data_block failed: 'Truncated"), std::string::npos) << log;
+    EXPECT_NE(log.find("[ERROR] extractor: Invalid Argument\n"), std::string::npos) << log;
 }
