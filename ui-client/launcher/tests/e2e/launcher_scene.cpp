@@ -120,8 +120,14 @@ Scene::Scene() : user_(FindUser()) {
     if (const char* xauth = getenv("XAUTHORITY"); xauth && user_.drop && fs::exists(xauth)) {
         fs::copy_file(xauth, tmp_ / "Xauthority");
         user_env_.push_back("XAUTHORITY=" + (tmp_ / "Xauthority"));
+        HandOver(tmp_ / "Xauthority");
     }
-    HandOver(tmp_.path());
+    HandOver(home_);
+    HandOver(runtime);
+    // The scene's folder too, where a launcher may write (a crash trace), but not the bundle in
+    // it: an installed bundle belongs to root, not to the user who runs it.
+    if (user_.drop && chown(tmp_.path().c_str(), user_.uid, user_.gid) != 0)
+        ADD_FAILURE() << "cannot hand " << tmp_.path() << " to " << user_.name << ": " << strerror(errno);
 }
 
 Scene::~Scene() {
@@ -132,7 +138,8 @@ void Scene::HandOver(const std::string& path) const {
     if (!user_.drop)
         return;
     std::error_code ec;
-    lchown(path.c_str(), user_.uid, user_.gid);
+    if (lchown(path.c_str(), user_.uid, user_.gid) != 0)
+        ADD_FAILURE() << "cannot hand " << path << " to " << user_.name << ": " << strerror(errno);
     for (auto it = fs::recursive_directory_iterator(path, ec); !ec && it != fs::recursive_directory_iterator();
          it.increment(ec))
         if (lchown(it->path().c_str(), user_.uid, user_.gid) != 0)
