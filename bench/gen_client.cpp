@@ -195,8 +195,8 @@ int main(int argc, char* argv[]) {
     const std::string info = "[Version]\nmajor_version=3\nminor_version=2\nbuild_version=" + std::to_string(build) +
                              "\nicon_overlay_version=2\n";
     // The launcher opens whatever the bundle holds; the benchmark times the launcher, so the
-    // client it opens ends at once.
-    const std::string client = "#!/bin/sh\nexit 0\n";
+    // client it opens only notes in its log that it was started, which the benchmark checks.
+    const std::string client = "#!/bin/sh\necho started >>\"$HOME/.Velmora/cloud-ui.log\"\n";
     if (!WriteFile(root / "Contents/Info.plist", "<?xml version=\"1.0\"?>\n<plist version=\"1.0\"><dict/></plist>\n",
                    0644) ||
         !WriteFile(root / "Contents/PkgInfo", "APPL????", 0644) ||

@@ -1,5 +1,6 @@
 #include "launcher_scene.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstring>
@@ -9,8 +10,10 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
+#include <pwd.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -74,15 +77,73 @@ void MakeClient(const std::string& dir, int generation, int build, int files) {
     fs::create_symlink("Versions/Current/Core", framework + "/Core");
 }
 
-Scene::Scene() {
+namespace {
+
+Scene::RunAs FindUser() {
+    Scene::RunAs user;
+    user.uid = geteuid();
+    user.gid = getegid();
+    if (user.uid != 0) {
+        const passwd* self = getpwuid(user.uid);
+        user.name = self ? self->pw_name : std::to_string(user.uid);
+        return user;
+    }
+    const char* name = getenv("VELMORA_TEST_USER") ? getenv("VELMORA_TEST_USER") : "velmora-test";
+    const passwd* account = getpwnam(name);
+    if (!account) {
+        ADD_FAILURE() << "the tests run as root but there is no account " << name
+                      << " to run the launcher as; scripts/setup adds it";
+        user.name = "root";
+        return user;
+    }
+    user = {account->pw_uid, account->pw_gid, name, true};
+    return user;
+}
+
+} // namespace
+
+Scene::Scene() : user_(FindUser()) {
+    // Clients outlive the launcher that started them and come to this process, which must reap
+    // them: a zombie still answers signal 0 and would look like a client that will not stop.
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
     fs::copy(VELMORA_BUNDLE, bundle_, fs::copy_options::recursive);
     // File operations stay at their default level: at full detail they log every removed file.
     writeFile(bundle_ + "/log/launcher.debug", "launcher_debug=7\nservice_debug=7\nextractor_debug=7\n");
     fs::create_directory(home_);
+    // A per-user runtime folder, as a login session has; the single-instance lock lives there.
+    const std::string runtime = tmp_ / "runtime";
+    fs::create_directory(runtime);
+    fs::permissions(runtime, fs::perms::owner_all);
+    user_env_ = {"HOME=" + home_, "USER=" + user_.name, "LOGNAME=" + user_.name, "XDG_RUNTIME_DIR=" + runtime,
+                 "QT_QPA_PLATFORM=xcb"};
+    // xvfb-run's cookie file is readable by the tests' user only: the scene's user gets a copy.
+    if (const char* xauth = getenv("XAUTHORITY"); xauth && user_.drop && fs::exists(xauth)) {
+        fs::copy_file(xauth, tmp_ / "Xauthority");
+        user_env_.push_back("XAUTHORITY=" + (tmp_ / "Xauthority"));
+        HandOver(tmp_ / "Xauthority");
+    }
+    HandOver(home_);
+    HandOver(runtime);
+    // The scene's folder too, where a launcher may write (a crash trace), but not the bundle in
+    // it: an installed bundle belongs to root, not to the user who runs it.
+    if (user_.drop && chown(tmp_.path().c_str(), user_.uid, user_.gid) != 0)
+        ADD_FAILURE() << "cannot hand " << tmp_.path() << " to " << user_.name << ": " << strerror(errno);
 }
 
 Scene::~Scene() {
     StopClient();
+}
+
+void Scene::HandOver(const std::string& path) const {
+    if (!user_.drop)
+        return;
+    std::error_code ec;
+    if (lchown(path.c_str(), user_.uid, user_.gid) != 0)
+        ADD_FAILURE() << "cannot hand " << path << " to " << user_.name << ": " << strerror(errno);
+    for (auto it = fs::recursive_directory_iterator(path, ec); !ec && it != fs::recursive_directory_iterator();
+         it.increment(ec))
+        if (lchown(it->path().c_str(), user_.uid, user_.gid) != 0)
+            ADD_FAILURE() << "cannot hand " << it->path() << " to " << user_.name << ": " << strerror(errno);
 }
 
 void Scene::Release(const std::string& client_dir) {
@@ -103,18 +164,17 @@ void Scene::Install(const std::string& client_dir) {
         return fs::is_empty(home_, ec) && !ec;
     })) << "cannot empty "
         << home_;
-    fs::remove(tmp_ / "xdg-open.log");
     fs::create_directories(home_ + "/.Velmora");
     fs::copy(client_dir, app_, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    HandOver(home_);
 }
 
 pid_t Scene::Start(const std::vector<std::string>& argv, const std::vector<std::string>& extra_env) {
-    std::vector<std::string> env = {"HOME=" + home_, "QT_QPA_PLATFORM=xcb",
-                                    "PATH=" VELMORA_XDG_OPEN_DIR ":" + std::string(getenv("PATH")),
-                                    "VELMORA_XDG_OPEN_LOG=" + (tmp_ / "xdg-open.log")};
+    std::vector<std::string> env = user_env_;
     for (char** e = environ; *e; ++e) {
-        const std::string entry = *e, name = entry.substr(0, entry.find('='));
-        if (name != "HOME" && name != "QT_QPA_PLATFORM" && name != "PATH" && name != "VELMORA_XDG_OPEN_LOG")
+        const std::string entry = *e, name = entry.substr(0, entry.find('=') + 1);
+        if (std::none_of(user_env_.begin(), user_env_.end(),
+                         [&](const std::string& v) { return v.rfind(name, 0) == 0; }))
             env.push_back(entry);
     }
     env.insert(env.end(), extra_env.begin(), extra_env.end());
@@ -127,36 +187,65 @@ pid_t Scene::Start(const std::vector<std::string>& argv, const std::vector<std::
     args.push_back(nullptr);
 
     const std::string out = tmp_ / ("out." + std::to_string(++started_));
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0) {
-        ADD_FAILURE() << "cannot start " << argv[0] << ": " << strerror(spawned);
+    // Everything is prepared before the fork: the child only makes async-signal-safe calls.
+    const int fd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    int ready[2];
+    if (fd < 0 || pipe2(ready, O_CLOEXEC) != 0) {
+        ADD_FAILURE() << "cannot start " << argv[0] << ": " << strerror(errno);
+        return 0;
+    }
+    const RunAs user = user_;
+    const pid_t pid = fork();
+    if (pid == 0) {
+        int err = 0;
+        if (dup2(fd, 1) < 0 || dup2(fd, 2) < 0)
+            err = errno;
+        else if (user.drop && (setgroups(0, nullptr) != 0 || setgid(user.gid) != 0 || setuid(user.uid) != 0))
+            err = errno;
+        else
+            execve(args[0], args.data(), envp.data());
+        err = err ? err : errno;
+        (void)!write(ready[1], &err, sizeof(err));
+        _exit(127);
+    }
+    close(fd);
+    close(ready[1]);
+    int err = 0;
+    const bool failed = pid < 0 || read(ready[0], &err, sizeof(err)) == sizeof(err);
+    close(ready[0]);
+    if (failed) {
+        ADD_FAILURE() << "cannot start " << argv[0] << " as " << user_.name << ": " << strerror(pid < 0 ? errno : err);
+        if (pid > 0)
+            waitpid(pid, nullptr, 0);
         return 0;
     }
     outputs_[pid] = out;
     return pid;
 }
 
+void Scene::Reap() const {
+    int status = 0;
+    for (pid_t pid; (pid = waitpid(-1, &status, WNOHANG | WUNTRACED)) > 0;)
+        if (outputs_.count(pid))
+            ended_[pid] = status;
+}
+
 Scene::Exit Scene::Wait(pid_t pid) {
     Exit exit;
     if (pid == 0)
         return exit;
-    int status = 0;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(3);
-    while (waitpid(pid, &status, WNOHANG | WUNTRACED) == 0) {
+    for (Reap(); !ended_.count(pid); Reap()) {
         if (std::chrono::steady_clock::now() > deadline) {
             ADD_FAILURE() << "pid " << pid << " hangs; killed";
             kill(pid, SIGKILL);
-            waitpid(pid, &status, 0);
+            waitpid(pid, nullptr, 0);
             return exit;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
+    int status = ended_[pid];
+    ended_.erase(pid);
     exit.output = readFile(outputs_[pid]);
     if (WIFSTOPPED(status)) {
         kill(pid, SIGKILL);
@@ -179,11 +268,8 @@ std::string Scene::TakeLog() {
     return log;
 }
 
-std::string Scene::XdgOpenLog() const {
-    return readFile(tmp_ / "xdg-open.log");
-}
-
 pid_t Scene::ClientPid() const {
+    Reap();
     const std::string file = readFile(home_ + "/.Velmora/ui.pid");
     const pid_t pid = file.rfind("pid=", 0) == 0 ? std::atoi(file.c_str() + 4) : 0;
     return pid > 0 && kill(pid, 0) == 0 ? pid : 0;
@@ -197,8 +283,11 @@ bool Scene::ClientRuns(int build) const {
 void Scene::StopClient() {
     if (const pid_t pid = ClientPid()) {
         kill(pid, SIGKILL);
-        // The stand-in's session shell reaps it; until then it still answers signal 0.
-        Eventually([&] { return kill(pid, 0) != 0; });
+        // Until it is reaped it still answers signal 0.
+        Eventually([&] {
+            Reap();
+            return kill(pid, 0) != 0;
+        });
     }
 }
 
