@@ -57,7 +57,10 @@ protected:
     // (only showing gives it a window).
     bool RunShowsDialog() {
         Launcher launcher;
-        QTimer::singleShot(60000, &launcher, [] { ADD_FAILURE() << "no end", QCoreApplication::quit(); });
+        QTimer::singleShot(60000, &launcher, [] {
+            ADD_FAILURE() << "no end";
+            QCoreApplication::quit();
+        });
         launcher.Run();
         launcher.Start();
         QCoreApplication::exec();
