@@ -15,12 +15,22 @@ public:
     enum Type { TYPE_SYSLOG = 1, TYPE_STDOUT = 2, TYPE_STDERR = 3, TYPE_FILE = 4 };
     enum Level { LEVEL_ERROR = 3, LEVEL_WARNING = 4, LEVEL_NOTE = 5, LEVEL_INFO = 6, LEVEL_DEBUG = 7 };
 
+    // Reads the levels from debug_path (absent: errors and warnings only) and opens path for
+    // appending when type is TYPE_FILE; keeps rotate_cnt files in all. -1 when the file cannot be
+    // opened, and the previous stream stays in use.
     static int Initialize(Type type, const ustring& path, const ustring& debug_path, int rotate_cnt);
+    // Closes the log file and returns to standard error with no levels read.
     static void Destroy();
+    // Writes the message when its level is within the component's threshold. format holds the
+    // whole line but the time stamp, line feed included. Safe from any thread.
     static void LogMsg(Level level, const ustring& component, const char* format, ...)
         __attribute__((format(printf, 3, 4)));
     static void LogMsg2(Level level, const ustring& component, const char* format, va_list ap)
         __attribute__((format(printf, 3, 0)));
+    // The caller holds log_lock. Renames the current file to <path>_0 after moving the rotated
+    // files up one number, and opens a new current file; N-1 rotated files (_0 newest up to
+    // _N-2) are kept, where N is rotate_cnt. -1 when the rename or the new file fails: logging
+    // to the file then stops until Initialize runs again.
     static int Rotate();
 
 private:
