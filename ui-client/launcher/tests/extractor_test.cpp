@@ -33,6 +33,8 @@ struct ExtractorTest : ::testing::Test {
                          [this](const QString& text) { labels << text; });
     }
     void TearDown() override { Logger::Destroy(); }
+    // The log without the source line numbers, which may move.
+    std::string Log() const { return std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), ""); }
     int Extract(const std::string& src, const std::string& dest) {
         int rc = 1;
         reports.clear();
@@ -67,14 +69,11 @@ INSTANTIATE_TEST_SUITE_P(Extractor, FormatTest,
                                            ArchiveBuilder::Zip, ArchiveBuilder::SevenZip),
                          FormatName);
 
-// Each bad input fails with its own log line and leaves only what came before the failure.
+// Paths in the scratch folder, empty for none given; `left` names what dest holds afterwards.
 struct BadInputCase {
-    std::string name;
-    std::string src;  // in the scratch folder; empty: no source given
-    std::string dest; // likewise
-    std::string logged;
+    std::string name, src, dest, logged;
     size_t reports;
-    std::set<std::string> left; // the names dest holds afterwards
+    std::set<std::string> left;
 };
 void PrintTo(const BadInputCase& c, std::ostream* os) {
     *os << c.name;
@@ -95,40 +94,34 @@ struct BadInputTest : ExtractorTest, ::testing::WithParamInterface<BadInputCase>
 TEST_P(BadInputTest, FailsWithItsLogLineAndKeepsWhatCameBefore) {
     const BadInputCase& c = GetParam();
     EXPECT_EQ(Extract(Path(c.src), Path(c.dest)), -1);
-    const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
-    EXPECT_NE(log.find("[ERROR] extractor: " + c.logged), std::string::npos) << log;
+    EXPECT_NE(Log().find("[ERROR] extractor: " + c.logged), std::string::npos) << Log();
     EXPECT_EQ(reports.size(), c.reports);
     std::set<std::string> left;
     for (const auto& entry : snapshot(tmp / "dest"))
         left.insert(entry.first);
     EXPECT_EQ(left, c.left);
-    // The label goes up only once the arguments are usable.
     EXPECT_EQ(labels, c.src.empty() || c.dest.empty() ? QStringList()
                                                       : QStringList(QStringLiteral("Velmora is initializing...")));
 }
 
+const std::string kExtract = "archive_read_extract2 failed: '";
+const std::string kCount = "Failed to calculate total file numbers, ret: ";
 std::string BadInputName(const ::testing::TestParamInfo<BadInputCase>& info) {
     return info.param.name;
 }
 INSTANTIATE_TEST_SUITE_P(
     Extractor, BadInputTest,
-    ::testing::Values(
-        BadInputCase{"DotDotPath", "dots", "dest", "archive_read_extract2 failed: 'Path contains '..''\n", 1, {"ok"}},
-        BadInputCase{"TruncatedData", "cut", "dest", "archive_read_extract2 failed: 'Truncated", 0, {"big"}},
-        BadInputCase{"WriteThroughLink",
-                     "out",
-                     "dest",
-                     "archive_read_extract2 failed: 'Cannot extract through a symbolic link'\n",
-                     1,
-                     {"l"}},
-        BadInputCase{"NoEntries", "empty", "dest", "Failed to calculate total file numbers, ret: 0\n", 0, {}},
-        BadInputCase{"NotAnArchive", "text", "dest", "Failed to calculate total file numbers, ret: -1\n", 0, {}},
-        BadInputCase{"MissingPackage", "nope", "dest", "archive_read_open_filename failed: 'Failed to open", 0, {}},
-        BadInputCase{"NoSource", "", "dest", "Invalid Argument\n", 0, {}},
-        BadInputCase{"NoDestination", "dots", "", "Invalid Argument\n", 0, {}}),
+    ::testing::Values(BadInputCase{"DotDotPath", "dots", "dest", kExtract + "Path contains '..''\n", 1, {"ok"}},
+                      BadInputCase{"TruncatedData", "cut", "dest", kExtract + "Truncated", 0, {"big"}},
+                      BadInputCase{"WriteThroughLink", "out", "dest", kExtract + "Cannot extract through a", 1, {"l"}},
+                      BadInputCase{"NoEntries", "empty", "dest", kCount + "0\n", 0, {}},
+                      BadInputCase{"NotAnArchive", "text", "dest", kCount + "-1\n", 0, {}},
+                      BadInputCase{
+                          "MissingPackage", "nope", "dest", "archive_read_open_filename failed: 'Failed", 0, {}},
+                      BadInputCase{"NoSource", "", "dest", "Invalid Argument\n", 0, {}},
+                      BadInputCase{"NoDestination", "dots", "", "Invalid Argument\n", 0, {}}),
     BadInputName);
 
-// A hard link names another entry of the package, never a file of the working folder.
 TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
     ASSERT_TRUE(
         ArchiveBuilder().dir("d").file("d/a", "same").hardlink("b", "d/a").write(tmp / "pkg", ArchiveBuilder::Tar));
@@ -138,8 +131,7 @@ TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
     EXPECT_TRUE(a.st_ino == b.st_ino && readFile(tmp / "dest/b") == "same");
 }
 
-// Whatever a package holds, it may write only strictly below dest. Each case unpacks into a
-// fresh, empty dest beside a watched folder whose names, contents and modes must not change;
+// Each case unpacks into a fresh, empty dest beside a watched folder that must not change;
 // links in the packages point at it ("watched" from dest's parent, "../watched" from inside).
 struct ContainmentCase {
     std::string name;
@@ -160,7 +152,7 @@ struct ContainmentTest : ExtractorTest, ::testing::WithParamInterface<Containmen
         ASSERT_EQ(0, mkdir((tmp / "dest").c_str(), 0755));
         ASSERT_EQ(0, chmod((tmp / "dest").c_str(), 0755));
     }
-    // The names at the top of the scratch folder, where a replaced dest would send entries.
+    // Where a replaced dest would send entries.
     std::set<std::string> Top() {
         std::set<std::string> top;
         for (const auto& [rel, about] : snapshot(tmp.path()))
@@ -190,9 +182,8 @@ TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
         return;
     }
     EXPECT_EQ(rc, -1);
-    const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
-    EXPECT_NE(log.find("[ERROR] extractor: " + c.logged), std::string::npos) << log;
-    EXPECT_EQ(log.find("extractor: archive_read_extract2 failed"), std::string::npos) << log;
+    EXPECT_NE(Log().find("[ERROR] extractor: " + c.logged), std::string::npos) << Log();
+    EXPECT_EQ(Log().find("extractor: archive_read_extract2 failed"), std::string::npos) << Log();
 }
 
 ContainmentCase Refused(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, std::string logged) {
@@ -219,7 +210,6 @@ INSTANTIATE_TEST_SUITE_P(
         Refused("TarFileEmpty", B::Tar, B().file("", "x"), kNoName),
         Refused("PaxFolderEmpty", B::Pax, B().dir(""), kNoName),
         Refused("ZipFileDot", B::Zip, B().file(".", "x"), kReplaces + "'.'"),
-        Refused("ZipLinkDot", B::Zip, B().symlink(".", "watched").file("x", "x"), kReplaces + "'.'"),
         // A GNU static library: its symbol table is named "/", its long-name table "//".
         Refused("ArSymbolTable", B::Ar, B().file("/", std::string(4, '\0')).file("a.o", "o"), kReplaces + "'/'"),
         Refused("ArLongNameTable", B::Ar, B().file("//", "a-long-member-name.o/\n").file("a.o", "o"),
@@ -235,7 +225,6 @@ INSTANTIATE_TEST_SUITE_P(
         Refused("TarHardLinkToLink", B::Tar, B().symlink("s", "../watched/key").hardlink("h", "s"), kLinkToLink),
         Refused("TarHardLinkToLinkedFolder", B::Tar, B().symlink("s", "../watched/sub").hardlink("h", "s/"),
                 kLinkToLink),
-        // A link where a file or a folder of the package goes is replaced, never followed.
         Written("TarFolderOverLink", B::Tar, B().symlink("lnk", "../watched").dir("lnk/").file("lnk/f", "in"),
                 {{"lnk", "/"}, {"lnk/f", "in"}}),
         Written("ZipFolderOverLinkWithDot", B::Zip, B().symlink("lnk", "../watched").dir("lnk/./", 0700),
@@ -253,7 +242,6 @@ INSTANTIATE_TEST_SUITE_P(
                         "#mtree\nl type=file mode=0644 link=../watched/key\n"}),
     Name);
 
-// Without the caller's folder, a "./" entry makes dest: with a usable mode, not the package's.
 TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay) {
     ASSERT_TRUE(ArchiveBuilder().dir("./", 0).file("a", "x").write(tmp / "pkg", ArchiveBuilder::Tar));
     ASSERT_EQ(0, Extract(tmp / "pkg", tmp / "made/dest"));
@@ -265,29 +253,26 @@ TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay)
 
 TEST_F(ExtractorTest, ListPrintsEveryEntryPathInOrderAndStopsQuietlyAtDamage) {
     ASSERT_TRUE(ArchiveBuilder().dir("d").file("d/a", "alpha").symlink("l", "d/a").write(tmp / "pkg"));
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(0, (Extractor{(tmp / "dest").c_str(), (tmp / "pkg").c_str()}.List()));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "d/\nd/a\nl\n");
-
-    // Damage past the first entry: the listing ends there and still counts as done.
-    ASSERT_TRUE(
-        ArchiveBuilder().file("a", std::string(2000, 'a')).file("b", "b").write(tmp / "t", ArchiveBuilder::Tar));
+    ASSERT_TRUE(ArchiveBuilder().file("a", std::string(2000, 'a')).file("b", "b").write(tmp / "t", B::Tar));
     ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 1536)));
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(0, (Extractor{(tmp / "dest").c_str(), (tmp / "cut").c_str()}.List()));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\n");
-
-    EXPECT_EQ(-1, (Extractor{(tmp / "dest").c_str(), (tmp / "missing").c_str()}.List()));
-    EXPECT_EQ(-1, (Extractor{"", (tmp / "pkg").c_str()}.List()));
-    const std::string log = readFile(tmp / "log");
-    EXPECT_NE(log.find("archive_read_open_filename failed: 'Failed to open"), std::string::npos) << log;
-    EXPECT_NE(log.find("Invalid argument\n"), std::string::npos) << log;
+    const auto list = [&](const std::string& dest, const std::string& src, const std::string& printed) {
+        testing::internal::CaptureStdout();
+        const int rc = Extractor{dest.c_str(), src.c_str()}.List();
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), printed) << src;
+        return rc;
+    };
+    EXPECT_EQ(0, list(tmp / "dest", tmp / "pkg", "d/\nd/a\nl\n"));
+    EXPECT_EQ(0, list(tmp / "dest", tmp / "cut", "a\n"));
+    EXPECT_EQ(-1, list(tmp / "dest", tmp / "missing", ""));
+    EXPECT_EQ(-1, list("", tmp / "pkg", ""));
+    EXPECT_NE(Log().find("archive_read_open_filename failed: 'Failed to open"), std::string::npos) << Log();
+    EXPECT_NE(Log().find("Invalid argument\n"), std::string::npos) << Log();
 }
 
 // copy_data moves one entry's data blocks, at their offsets, from a reader to a disk writer.
 TEST_F(ExtractorTest, CopyDataWritesTheCurrentEntryWholeOrSaysWhichSideFailed) {
     const std::string big(300000, 'b');
-    ASSERT_TRUE(ArchiveBuilder().file("f", big).write(tmp / "t", ArchiveBuilder::Tar));
+    ASSERT_TRUE(ArchiveBuilder().file("f", big).write(tmp / "t", B::Tar));
     ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 100000)));
     const auto copy = [&](const std::string& src, const std::string& to) {
         archive* reader = archive_read_new();
@@ -309,7 +294,6 @@ TEST_F(ExtractorTest, CopyDataWritesTheCurrentEntryWholeOrSaysWhichSideFailed) {
     EXPECT_EQ(readFile(tmp / "whole"), big);
     EXPECT_EQ(-1, copy(tmp / "cut", tmp / "part"));
     EXPECT_EQ(-1, Extractor{}.copy_data(nullptr, nullptr));
-    const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
-    EXPECT_NE(log.find("[ERROR] extractor: archive_read_data_block failed: 'Truncated"), std::string::npos) << log;
-    EXPECT_NE(log.find("[ERROR] extractor: Invalid Argument\n"), std::string::npos) << log;
+    EXPECT_NE(Log().find("[ERROR] extractor: archive_read_data_block failed: 'Truncated"), std::string::npos) << Log();
+    EXPECT_NE(Log().find("[ERROR] extractor: Invalid Argument\n"), std::string::npos) << Log();
 }
