@@ -18,6 +18,7 @@
 
 using namespace testsupport;
 using Tree = std::map<std::string, std::string>;
+using B = ArchiveBuilder;
 
 // Extract runs on a worker thread and the receiver on this one: the adapter's signals come as queued calls.
 struct ExtractorTest : ::testing::Test {
@@ -49,10 +50,10 @@ struct ExtractorTest : ::testing::Test {
     QStringList labels;
 };
 
-struct FormatTest : ExtractorTest, ::testing::WithParamInterface<ArchiveBuilder::Format> {};
+struct FormatTest : ExtractorTest, ::testing::WithParamInterface<B::Format> {};
 
 TEST_P(FormatTest, ReportsEachEntryOnceAndReplacesWhatIsInTheWay) {
-    ArchiveBuilder b; // The link dangles: snapshot() would key a live link by its target's path.
+    B b; // The link dangles: snapshot() would key a live link by its target's path.
     b.dir("d").file("d/a", "alpha").symlink("d/ln", "gone").file("/abs", "new");
     ASSERT_TRUE(b.write(tmp / "pkg", GetParam()) && writeFile(tmp / "dest/abs", "old"));
     EXPECT_EQ(Extract(tmp / "pkg", tmp / "dest"), 0);
@@ -60,14 +61,9 @@ TEST_P(FormatTest, ReportsEachEntryOnceAndReplacesWhatIsInTheWay) {
     EXPECT_EQ(snapshot(tmp / "dest"), (Tree{{"d", "/"}, {"d/a", "alpha"}, {"d/ln", "-> gone"}, {"abs", "new"}}));
 }
 
-std::string FormatName(const ::testing::TestParamInfo<ArchiveBuilder::Format>& info) {
-    const char* const names[] = {"Tar", "TarGz", "TarZstd", "Zip", "SevenZip"};
-    return names[info.param];
-}
-INSTANTIATE_TEST_SUITE_P(Extractor, FormatTest,
-                         ::testing::Values(ArchiveBuilder::Tar, ArchiveBuilder::TarGz, ArchiveBuilder::TarZstd,
-                                           ArchiveBuilder::Zip, ArchiveBuilder::SevenZip),
-                         FormatName);
+const char* const kFormatNames[] = {"Tar", "TarGz", "TarZstd", "Zip", "SevenZip"};
+INSTANTIATE_TEST_SUITE_P(Extractor, FormatTest, ::testing::Values(B::Tar, B::TarGz, B::TarZstd, B::Zip, B::SevenZip),
+                         [](const auto& info) { return std::string(kFormatNames[info.param]); });
 
 // Paths in the scratch folder, empty for none given; `left` names what dest holds afterwards.
 struct BadInputCase {
@@ -82,11 +78,11 @@ void PrintTo(const BadInputCase& c, std::ostream* os) {
 struct BadInputTest : ExtractorTest, ::testing::WithParamInterface<BadInputCase> {
     void SetUp() override {
         ExtractorTest::SetUp();
-        ASSERT_TRUE(ArchiveBuilder().file("ok", "ok").file("a/../../b", "x").file("c", "c").write(tmp / "dots"));
-        ASSERT_TRUE(ArchiveBuilder().file("big", std::string(99999, 'x')).write(tmp / "t", ArchiveBuilder::Tar));
+        ASSERT_TRUE(B().file("ok", "ok").file("a/../../b", "x").file("c", "c").write(tmp / "dots"));
+        ASSERT_TRUE(B().file("big", std::string(99999, 'x')).write(tmp / "t", B::Tar));
         ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 40000)) && writeFile(tmp / "text", "words"));
-        ASSERT_TRUE(ArchiveBuilder().write(tmp / "empty", ArchiveBuilder::Tar));
-        ASSERT_TRUE(ArchiveBuilder().symlink("l", "..").file("l/escaped", "x").write(tmp / "out", ArchiveBuilder::Tar));
+        ASSERT_TRUE(B().write(tmp / "empty", B::Tar));
+        ASSERT_TRUE(B().symlink("l", "..").file("l/escaped", "x").write(tmp / "out", B::Tar));
     }
     std::string Path(const std::string& name) const { return name.empty() ? "" : tmp / name; }
 };
@@ -109,22 +105,20 @@ const std::string kCount = "Failed to calculate total file numbers, ret: ";
 std::string BadInputName(const ::testing::TestParamInfo<BadInputCase>& info) {
     return info.param.name;
 }
-INSTANTIATE_TEST_SUITE_P(
-    Extractor, BadInputTest,
-    ::testing::Values(BadInputCase{"DotDotPath", "dots", "dest", kExtract + "Path contains '..''\n", 1, {"ok"}},
-                      BadInputCase{"TruncatedData", "cut", "dest", kExtract + "Truncated", 0, {"big"}},
-                      BadInputCase{"WriteThroughLink", "out", "dest", kExtract + "Cannot extract through a", 1, {"l"}},
-                      BadInputCase{"NoEntries", "empty", "dest", kCount + "0\n", 0, {}},
-                      BadInputCase{"NotAnArchive", "text", "dest", kCount + "-1\n", 0, {}},
-                      BadInputCase{
-                          "MissingPackage", "nope", "dest", "archive_read_open_filename failed: 'Failed", 0, {}},
-                      BadInputCase{"NoSource", "", "dest", "Invalid Argument\n", 0, {}},
-                      BadInputCase{"NoDestination", "dots", "", "Invalid Argument\n", 0, {}}),
-    BadInputName);
+const BadInputCase kBadInputs[] = {
+    {"DotDotPath", "dots", "dest", kExtract + "Path contains '..''\n", 1, {"ok"}},
+    {"TruncatedData", "cut", "dest", kExtract + "Truncated", 0, {"big"}},
+    {"WriteThroughLink", "out", "dest", kExtract + "Cannot extract through a symbolic link'\n", 1, {"l"}},
+    {"NoEntries", "empty", "dest", kCount + "0\n", 0, {}},
+    {"NotAnArchive", "text", "dest", kCount + "-1\n", 0, {}},
+    {"MissingPackage", "nope", "dest", "archive_read_open_filename failed: 'Failed to open", 0, {}},
+    {"NoSource", "", "dest", "Invalid Argument\n", 0, {}},
+    {"NoDestination", "dots", "", "Invalid Argument\n", 0, {}},
+};
+INSTANTIATE_TEST_SUITE_P(Extractor, BadInputTest, ::testing::ValuesIn(kBadInputs), BadInputName);
 
 TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
-    ASSERT_TRUE(
-        ArchiveBuilder().dir("d").file("d/a", "same").hardlink("b", "d/a").write(tmp / "pkg", ArchiveBuilder::Tar));
+    ASSERT_TRUE(B().dir("d").file("d/a", "same").hardlink("b", "d/a").write(tmp / "pkg", B::Tar));
     ASSERT_EQ(Extract(tmp / "pkg", tmp / "dest"), 0);
     struct stat a, b;
     ASSERT_TRUE(stat((tmp / "dest/d/a").c_str(), &a) == 0 && stat((tmp / "dest/b").c_str(), &b) == 0);
@@ -135,8 +129,8 @@ TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
 // links in the packages point at it ("watched" from dest's parent, "../watched" from inside).
 struct ContainmentCase {
     std::string name;
-    ArchiveBuilder::Format format;
-    ArchiveBuilder package;
+    B::Format format;
+    B package;
     std::string logged; // empty: the package is sound and unpacks to `unpacked`
     Tree unpacked;
     std::string text = ""; // a package written as it stands (mtree), instead of `package`
@@ -186,16 +180,16 @@ TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
     EXPECT_EQ(Log().find("extractor: archive_read_extract2 failed"), std::string::npos) << Log();
 }
 
-ContainmentCase Refused(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, std::string logged) {
+ContainmentCase Refused(std::string name, B::Format format, B package, std::string logged) {
     return {std::move(name), format, std::move(package), std::move(logged) + "\n", {}, ""};
 }
-ContainmentCase Written(std::string name, ArchiveBuilder::Format format, ArchiveBuilder package, Tree unpacked) {
+ContainmentCase Written(std::string name, B::Format format, B package, Tree unpacked) {
     return {std::move(name), format, std::move(package), "", std::move(unpacked), ""};
 }
-using B = ArchiveBuilder;
 const std::string kReplaces = "Entry would replace the destination folder: ";
 const std::string kNoName = "Entry has an empty name: ''";
 const std::string kLinkToLink = "Hard link to a symbolic link: 'h'";
+const std::string kMtreeLink = "#mtree\nl type=file mode=0644 link=../watched/key\n";
 std::string Name(const ::testing::TestParamInfo<ContainmentCase>& info) {
     return info.param.name;
 }
@@ -207,13 +201,10 @@ INSTANTIATE_TEST_SUITE_P(
         Refused("TarLinkDotSlash", B::Tar, B().symlink("./", "watched").file("x", "x"), kReplaces + "'./'"),
         Refused("PaxLinkSlashes", B::Pax, B().symlink("//", "watched").file("x", "x"), kReplaces + "'//'"),
         Refused("TarFileDotSlashDot", B::Tar, B().file("./.", "x"), kReplaces + "'./.'"),
-        Refused("TarFileEmpty", B::Tar, B().file("", "x"), kNoName),
         Refused("PaxFolderEmpty", B::Pax, B().dir(""), kNoName),
         Refused("ZipFileDot", B::Zip, B().file(".", "x"), kReplaces + "'.'"),
-        // A GNU static library: its symbol table is named "/", its long-name table "//".
-        Refused("ArSymbolTable", B::Ar, B().file("/", std::string(4, '\0')).file("a.o", "o"), kReplaces + "'/'"),
-        Refused("ArLongNameTable", B::Ar, B().file("//", "a-long-member-name.o/\n").file("a.o", "o"),
-                kReplaces + "'//'")),
+        // A GNU static library: its symbol table is named "/".
+        Refused("ArSymbolTable", B::Ar, B().file("/", std::string(4, '\0')).file("a.o", "o"), kReplaces + "'/'")),
     Name);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -222,7 +213,6 @@ INSTANTIATE_TEST_SUITE_P(
         // With data, the writer applied the entry's mode through the link: the key became 0644.
         Refused("PaxHardLinkWithDataToLink", B::Pax, B().symlink("s", "../watched/key").hardlink("h", "s", "data"),
                 kLinkToLink),
-        Refused("TarHardLinkToLink", B::Tar, B().symlink("s", "../watched/key").hardlink("h", "s"), kLinkToLink),
         Refused("TarHardLinkToLinkedFolder", B::Tar, B().symlink("s", "../watched/sub").hardlink("h", "s/"),
                 kLinkToLink),
         Written("TarFolderOverLink", B::Tar, B().symlink("lnk", "../watched").dir("lnk/").file("lnk/f", "in"),
@@ -234,16 +224,11 @@ INSTANTIATE_TEST_SUITE_P(
         Written("TarFolderDotFirst", B::Tar, B().dir("./", 0500).file("./a", "x").dir(".", 0), {{"a", "x"}}),
         Written("ZipFolderSlash", B::Zip, B().dir("/", 0700).file("a", "x"), {{"a", "x"}}),
         // The writer makes a link of any entry with a link target; its mode must not go through.
-        ContainmentCase{"MtreeFileWithLinkTarget",
-                        B::Tar,
-                        B(),
-                        "",
-                        {{"l", "-> ../watched/key"}},
-                        "#mtree\nl type=file mode=0644 link=../watched/key\n"}),
+        ContainmentCase{"MtreeFileWithLinkTarget", B::Tar, B(), "", {{"l", "-> ../watched/key"}}, kMtreeLink}),
     Name);
 
 TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay) {
-    ASSERT_TRUE(ArchiveBuilder().dir("./", 0).file("a", "x").write(tmp / "pkg", ArchiveBuilder::Tar));
+    ASSERT_TRUE(B().dir("./", 0).file("a", "x").write(tmp / "pkg", B::Tar));
     ASSERT_EQ(0, Extract(tmp / "pkg", tmp / "made/dest"));
     struct stat made, dest;
     ASSERT_TRUE(stat((tmp / "made").c_str(), &made) == 0 && stat((tmp / "made/dest").c_str(), &dest) == 0);
@@ -252,8 +237,8 @@ TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay)
 }
 
 TEST_F(ExtractorTest, ListPrintsEveryEntryPathInOrderAndStopsQuietlyAtDamage) {
-    ASSERT_TRUE(ArchiveBuilder().dir("d").file("d/a", "alpha").symlink("l", "d/a").write(tmp / "pkg"));
-    ASSERT_TRUE(ArchiveBuilder().file("a", std::string(2000, 'a')).file("b", "b").write(tmp / "t", B::Tar));
+    ASSERT_TRUE(B().dir("d").file("d/a", "alpha").symlink("l", "d/a").write(tmp / "pkg"));
+    ASSERT_TRUE(B().file("a", std::string(2000, 'a')).file("b", "b").write(tmp / "t", B::Tar));
     ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 1536)));
     const auto list = [&](const std::string& dest, const std::string& src, const std::string& printed) {
         testing::internal::CaptureStdout();
@@ -272,7 +257,7 @@ TEST_F(ExtractorTest, ListPrintsEveryEntryPathInOrderAndStopsQuietlyAtDamage) {
 // copy_data moves one entry's data blocks, at their offsets, from a reader to a disk writer.
 TEST_F(ExtractorTest, CopyDataWritesTheCurrentEntryWholeOrSaysWhichSideFailed) {
     const std::string big(300000, 'b');
-    ASSERT_TRUE(ArchiveBuilder().file("f", big).write(tmp / "t", B::Tar));
+    ASSERT_TRUE(B().file("f", big).write(tmp / "t", B::Tar));
     ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 100000)));
     const auto copy = [&](const std::string& src, const std::string& to) {
         archive* reader = archive_read_new();

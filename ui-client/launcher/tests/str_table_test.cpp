@@ -83,7 +83,6 @@ TEST_P(StrTableKey, FindsTheRowIgnoringCase) {
 
 const KeyRow kKeys[] = {{"FirstRow", "status_desc_pause", 0},
                         {"UpperCase", "APP_NAME", 98},
-                        {"MixedCase", "Desc_Velm_Env_Preparing", 445},
                         {"UpperCaseRowInLowerCase", "nsis_velmora_installed_current", 455},
                         {"LastRow", "file_max_size_limit", 470},
                         {"Empty", "", -1},
