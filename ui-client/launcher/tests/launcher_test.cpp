@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QDesktopServices>
+#include <QPushButton>
 #include <QTimer>
 #include <QUrl>
 #include <atomic>
@@ -78,6 +79,21 @@ TEST_F(LauncherTest, ProgressShowsTruncatedPercentageAndIgnoresEmptyTotal) {
     EXPECT_EQ(Dialog()->value(), 66);
     Notify_Adapter::GetInstance()->UpdateProgress(0, 1);
     EXPECT_EQ(Dialog()->value(), 66);
+    EXPECT_FALSE(Dialog()->isVisible());
+}
+
+TEST_F(LauncherTest, DialogOffersNoWayToCancelTheUpgrade) {
+    Launcher launcher;
+    EXPECT_TRUE(Dialog()->findChildren<QPushButton*>().isEmpty());
+}
+
+// The extractor reports from the worker thread: the label arrives through this thread's event loop.
+TEST_F(LauncherTest, LabelFromTheWorkerReachesTheHiddenDialogThroughTheEventLoop) {
+    Launcher launcher;
+    std::thread([] { Notify_Adapter::GetInstance()->UpdateDialogText(QStringLiteral("Unpacking")); }).join();
+    EXPECT_EQ(Dialog()->labelText(), QStringLiteral("Velmora is initializing...")) << "set on the worker thread";
+    QCoreApplication::processEvents();
+    EXPECT_EQ(Dialog()->labelText(), QStringLiteral("Unpacking"));
     EXPECT_FALSE(Dialog()->isVisible());
 }
 
