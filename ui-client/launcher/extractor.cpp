@@ -165,6 +165,62 @@ Reader OpenForListing(const ustring& src, const ustring& dest) {
     return reader;
 }
 
+// Writes one entry below dest and reports it; false when it was refused or failed, logged.
+bool WriteEntry(archive* reader, archive* writer, archive_entry* entry, const ustring& dest) {
+    const char* path = archive_entry_pathname(entry);
+    if (!path) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): archive_entry_pathname failed\n",
+                       __LINE__);
+        return false;
+    }
+    if (!PrepareEntry(dest, entry, path))
+        return false;
+    const char* hardlink = archive_entry_hardlink(entry);
+    // Always joined with a "/", so even an absolute entry path lands below dest. A hard link
+    // names another entry of the package, so its target is joined the same way; otherwise it
+    // would be looked up from the working folder. Both are computed before either is set:
+    // setting one may free the entry's texts.
+    const ustring target = dest + "/" + ustring(path);
+    const ustring link_target = hardlink ? dest + "/" + ustring(hardlink) : ustring();
+    archive_entry_set_pathname(entry, target.c_str_utf8());
+    if (hardlink)
+        archive_entry_set_hardlink(entry, link_target.c_str_utf8());
+
+    if (archive_read_extract2(reader, entry, writer) != ARCHIVE_OK) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                       "[ERROR] extractor(%d): archive_read_extract2 failed: '%s'\n", __LINE__,
+                       ErrorText(writer, reader));
+        return false;
+    }
+    return true;
+}
+
+// The second pass: every entry in order, one progress report each, until the end or the first
+// failure. 0 when the end was reached, else -1.
+int WriteEntries(archive* reader, archive* writer, const ustring& dest, int total) {
+    for (int index = 1;; ++index) {
+        archive_entry* entry = nullptr;
+        const int r = archive_read_next_header(reader, &entry);
+        if (r == ARCHIVE_EOF)
+            return 0;
+        if (r != ARCHIVE_OK) {
+            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                           "[ERROR] extractor(%d): archive_read_next_header failed: '%s'\n", __LINE__,
+                           ErrorText(reader));
+            return -1;
+        }
+        if (!WriteEntry(reader, writer, entry, dest))
+            return -1;
+        Notify_Adapter::GetInstance()->UpdateProgress(total, index);
+        if (archive_write_finish_entry(writer) != ARCHIVE_OK) {
+            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                           "[ERROR] extractor(%d): archive_write_finish_entry failed: '%s'\n", __LINE__,
+                           ErrorText(writer, reader));
+            return -1;
+        }
+    }
+}
+
 } // namespace
 
 int Extractor::Extract() {
@@ -185,13 +241,8 @@ int Extractor::Extract() {
     }
 
     Reader reader = NewReader();
-    if (!reader) {
-        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Allocate extractor failed\n",
-                       __LINE__);
-        return -1;
-    }
-    Writer writer(archive_write_disk_new(), &archive_write_free);
-    if (!writer) {
+    Writer writer(reader ? archive_write_disk_new() : nullptr, &archive_write_free);
+    if (!reader || !writer) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Allocate extractor failed\n",
                        __LINE__);
         return -1;
@@ -203,60 +254,7 @@ int Extractor::Extract() {
                        __LINE__, src.c_str(), ErrorText(reader.get()));
         return -1;
     }
-
-    int result = 0;
-    for (int index = 1;; ++index) {
-        archive_entry* entry = nullptr;
-        const int r = archive_read_next_header(reader.get(), &entry);
-        if (r == ARCHIVE_EOF)
-            break;
-        if (r != ARCHIVE_OK) {
-            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
-                           "[ERROR] extractor(%d): archive_read_next_header failed: '%s'\n", __LINE__,
-                           ErrorText(reader.get()));
-            result = -1;
-            break;
-        }
-        const char* path = archive_entry_pathname(entry);
-        if (!path) {
-            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): archive_entry_pathname failed\n",
-                           __LINE__);
-            result = -1;
-            break;
-        }
-        if (!PrepareEntry(dest, entry, path)) {
-            result = -1;
-            break;
-        }
-        const char* hardlink = archive_entry_hardlink(entry);
-        // Always joined with a "/", so even an absolute entry path lands below dest. A hard
-        // link names another entry of the package, so its target is joined the same way;
-        // otherwise it would be looked up from the working folder. Both are computed before
-        // either is set: setting one may free the entry's texts.
-        const ustring target = dest + "/" + ustring(path);
-        const ustring link_target = hardlink ? dest + "/" + ustring(hardlink) : ustring();
-        archive_entry_set_pathname(entry, target.c_str_utf8());
-        if (hardlink)
-            archive_entry_set_hardlink(entry, link_target.c_str_utf8());
-
-        if (archive_read_extract2(reader.get(), entry, writer.get()) != ARCHIVE_OK) {
-            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
-                           "[ERROR] extractor(%d): archive_read_extract2 failed: '%s'\n", __LINE__,
-                           ErrorText(writer.get(), reader.get()));
-            result = -1;
-            break;
-        }
-        Notify_Adapter::GetInstance()->UpdateProgress(total, index);
-
-        if (archive_write_finish_entry(writer.get()) != ARCHIVE_OK) {
-            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
-                           "[ERROR] extractor(%d): archive_write_finish_entry failed: '%s'\n", __LINE__,
-                           ErrorText(writer.get(), reader.get()));
-            result = -1;
-            break;
-        }
-    }
-    return result;
+    return WriteEntries(reader.get(), writer.get(), dest, total);
 }
 
 int Extractor::Count() {
