@@ -11,6 +11,7 @@
 #include "extractor.h"
 #include "file-op.h"
 #include "log.h"
+#include "qt_text.h"
 
 namespace {
 
@@ -18,11 +19,6 @@ const char* const kComponent = "service_debug";
 
 // Backup names run from _tmp to _tmp9; a leftover of a killed run may hold any of them.
 const int kBackupAttempts = 10;
-
-ustring ToUtf8(const QString& text) {
-    const QByteArray utf8 = text.toUtf8();
-    return ustring(utf8.constData());
-}
 
 void ReadVersionKey(QSettings& settings, const char* key, ustring& field) {
     const QString name = QString::fromLatin1(key);

@@ -4,14 +4,7 @@
 #include <QDir>
 #include <QString>
 
-namespace {
-
-ustring ToUtf8(const QString& text) {
-    const QByteArray utf8 = text.toUtf8();
-    return ustring(utf8.constData());
-}
-
-} // namespace
+#include "qt_text.h"
 
 PackageInfo::PackageInfo()
     : images_path(ToUtf8(QCoreApplication::applicationDirPath() + QStringLiteral("/images"))),
