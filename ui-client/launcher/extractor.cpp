@@ -151,6 +151,10 @@ int Extractor::Extract() {
             result = -1;
             break;
         }
+        if (before_entry && before_entry(path) != 0) {
+            result = -1;
+            break;
+        }
         // Always joined with a "/", so even an absolute entry path lands below dest. A hard
         // link names another entry of the package, so its target is joined the same way;
         // otherwise it would be looked up from the working folder. Both are computed before

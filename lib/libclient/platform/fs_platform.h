@@ -23,7 +23,8 @@ int FSPathMakeRef(const unsigned char* path, FSRef* ref, bool* is_directory);
 int FSRefMakePath(const FSRef* ref, unsigned char* buf, unsigned long size);
 
 // The type name of the file system that holds path, as macOS's statfs f_fstypename spells it
-// for the types the file operations distinguish: "nfs", "smbfs", "afpfs", "msdos". Other
+// for the types the file operations distinguish: "nfs", "smbfs", "afpfs", "msdos", and "fuse"
+// (macOS: "macfuse") for a volume served by a FUSE process. Other
 // types get a name of their own that matches none of these. 0, or -1 with errno set.
 int FSTypeName(const char* path, std::string& name);
 

@@ -92,6 +92,8 @@ const char* TypeNameForMagic(uint32_t magic, char* fallback, size_t size) {
         return "smbfs";
     case MSDOS_SUPER_MAGIC:
         return "msdos";
+    case FUSE_SUPER_MAGIC:
+        return "fuse";
     default:
         snprintf(fallback, size, "linux-0x%lx", static_cast<unsigned long>(magic));
         return fallback;
