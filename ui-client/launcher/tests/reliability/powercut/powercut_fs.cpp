@@ -10,7 +10,9 @@
 // power: every unsynced write is lost and every folder goes back to its last synced entries.
 // "cut random <seed>" loses less, at random: a file keeps its unsynced data, loses it, or is
 // cut at an arbitrary length; a folder keeps a random first part of its unsynced changes, in
-// order. The backing folder then holds only what survived. "sync" takes everything as durable
+// order. "cut names <seed>" keeps every name, as a journal that commits names ahead of data
+// does, and treats each file's unsynced data at random as above: the zero-length files of a
+// delayed allocation. The backing folder then holds only what survived. "sync" takes everything as durable
 // (a clean shutdown). Reading the control file tells what the last cut lost and how many
 // fsync calls arrived. Modes, owners and times are kept as they are, not modelled.
 //
@@ -196,7 +198,8 @@ namespace {
 
 class Cut {
 public:
-    Cut(bool worst, unsigned seed) : worst_(worst), rng_(seed) { Paths(g_root, g_backing); }
+    enum Mode { kWorst, kRandom, kNames };
+    Cut(Mode mode, unsigned seed) : mode_(mode), rng_(seed) { Paths(g_root, g_backing); }
 
     // Writes what survives of the tree into dest, which exists.
     void Write(const NodePtr& node, const std::string& dest) {
@@ -241,9 +244,9 @@ private:
         return it != live_path_.end() ? ReadAll(it->second) : node->gone_data.value_or("");
     }
     Entries Surviving(const Node& dir) {
-        if (!dir.dirty)
+        if (!dir.dirty || mode_ == kNames)
             return dir.live;
-        const size_t keep = worst_ ? 0 : std::uniform_int_distribution<size_t>(0, dir.changes.size())(rng_);
+        const size_t keep = mode_ == kWorst ? 0 : std::uniform_int_distribution<size_t>(0, dir.changes.size())(rng_);
         reverted_folders += keep < dir.changes.size();
         Entries entries = dir.durable;
         for (size_t i = 0; i < keep; ++i) {
@@ -258,7 +261,7 @@ private:
         if (!node->durable_data)
             return Live(node);
         const std::string live = Live(node);
-        const int fate = worst_ ? 0 : std::uniform_int_distribution<int>(0, 2)(rng_);
+        const int fate = mode_ == kWorst ? 0 : std::uniform_int_distribution<int>(0, 2)(rng_);
         if (fate == 1 || live == *node->durable_data)
             return live;
         ++lost_files;
@@ -274,7 +277,7 @@ private:
             close(fd);
     }
 
-    bool worst_;
+    Mode mode_;
     std::mt19937 rng_;
     std::map<const Node*, std::string> live_path_;
     std::set<const Node*> on_path_;
@@ -285,13 +288,13 @@ int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) {
 }
 
 // Builds the surviving tree beside the backing folder, then puts it in the backing's place.
-int PowerCut(bool worst, unsigned seed) {
+int PowerCut(Cut::Mode mode, const std::string& name, unsigned seed) {
     const std::string staging = g_backing + ".cut", old = g_backing + ".old";
     nftw(staging.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
     nftw(old.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
     if (mkdir(staging.c_str(), 0700) != 0)
         return -errno;
-    Cut cut(worst, seed);
+    Cut cut(mode, seed);
     cut.staging_root_ = staging;
     cut.Write(g_root, staging);
     if (rename(g_backing.c_str(), old.c_str()) != 0 || rename(staging.c_str(), g_backing.c_str()) != 0)
@@ -299,9 +302,8 @@ int PowerCut(bool worst, unsigned seed) {
     nftw(old.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
     g_root = Scan(g_backing);
     std::ostringstream report;
-    report << "cut " << (worst ? "worst" : "random") << " " << seed << ": lost data of " << cut.lost_files
-           << " files, reverted " << cut.reverted_folders << " folders; fsync " << g_fsyncs << ", fsyncdir "
-           << g_fsyncdirs << " so far\n";
+    report << "cut " << name << " " << seed << ": lost data of " << cut.lost_files << " files, reverted "
+           << cut.reverted_folders << " folders; fsync " << g_fsyncs << ", fsyncdir " << g_fsyncdirs << " so far\n";
     g_report = report.str();
     return 0;
 }
@@ -315,8 +317,10 @@ int Command(const std::string& text) {
         g_root = Scan(g_backing);
         return 0;
     }
-    if (verb == "cut" && (in >> mode >> seed) && (mode == "worst" || mode == "random"))
-        return PowerCut(mode == "worst", seed);
+    const std::map<std::string, Cut::Mode> modes = {
+        {"worst", Cut::kWorst}, {"random", Cut::kRandom}, {"names", Cut::kNames}};
+    if (verb == "cut" && (in >> mode >> seed) && modes.count(mode))
+        return PowerCut(modes.at(mode), mode, seed);
     return -EINVAL;
 }
 

@@ -75,8 +75,8 @@ bool PowercutMount::Command(const std::string& text) {
     return ok;
 }
 
-bool PowercutMount::Cut(bool worst, unsigned seed) {
-    return Command(std::string("cut ") + (worst ? "worst " : "random ") + std::to_string(seed));
+bool PowercutMount::Cut(const std::string& mode, unsigned seed) {
+    return Command("cut " + mode + " " + std::to_string(seed));
 }
 
 bool PowercutMount::Sync() {

@@ -16,9 +16,9 @@ public:
 
     const std::string& Skipped() const { return skipped_; }
     bool Mounted() const { return pid_ > 0; }
-    // Loses power: "worst" drops everything unsynced, otherwise a seeded random part of it.
-    // Every process that wrote on the mount must have ended. False when the command failed.
-    bool Cut(bool worst, unsigned seed);
+    // Loses power (mode "worst", "random" or "names", see powercut_fs.cpp), seeded. Every
+    // process that wrote on the mount must have ended. False when the command failed.
+    bool Cut(const std::string& mode, unsigned seed);
     // Takes everything as durable, like a clean shutdown.
     bool Sync();
     // What the last cut lost.
