@@ -32,7 +32,7 @@ struct ExtractorTest : ::testing::Test {
     void TearDown() override { Logger::Destroy(); }
     int Extract(const std::string& src, const std::string& dest) {
         int rc = 1;
-        std::thread([&] { rc = Extractor{dest.c_str(), src.c_str()}.Extract(); }).join();
+        std::thread([&] { rc = Extractor{dest.c_str(), src.c_str(), {}}.Extract(); }).join();
         return reports.clear(), QCoreApplication::processEvents(), rc;
     }
 

@@ -8,8 +8,9 @@
 // (with its barriers), the removal of the backup, just after a complete upgrade, and the start
 // after a run killed once INFO was written but before it was durable, which finds the copy
 // current and removes the leftover backup. Each cut loses, at random, everything unsynced, a
-// seeded random part of it, or the unsynced data of files but no name. VELMORA_POWERCUT_MOMENTS sets how many (3 when
-// unset), VELMORA_POWERCUT_SEED replays a printed draw.
+// seeded random part of it, or the unsynced data of files but no name. The turn of phases starts
+// at a random one. VELMORA_POWERCUT_MOMENTS sets how many (2 when unset), VELMORA_POWERCUT_SEED
+// replays a printed draw.
 
 #include <cstdio>
 #include <cstdlib>
