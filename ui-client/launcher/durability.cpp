@@ -38,9 +38,12 @@ bool UnpackDurability::IsMarker(const char* path) {
 
 int UnpackDurability::BeforeEntry(const char* path) {
     // The first marker waits for every other file, the second for the first marker.
-    if (IsMarker(path) && !written_.empty() && Barrier() != 0)
+    if (IsMarker(path) && pending_ && Barrier() != 0)
         return -1;
-    written_.push_back(ustring(Relative(path)));
+    pending_ = true;
+    // One syncfs needs no list: it would only cost memory that grows with the package.
+    if (!syncfs_)
+        written_.push_back(ustring(Relative(path)));
     return 0;
 }
 
@@ -56,6 +59,7 @@ int UnpackDurability::Barrier() {
         Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] durability(%d): cannot make '%s' durable\n", __LINE__,
                        app_.c_str());
     written_.clear();
+    pending_ = false;
     return ret;
 }
 

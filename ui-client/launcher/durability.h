@@ -29,5 +29,6 @@ private:
     // One syncfs covers everything on most volumes; on the others (FUSE), only what was written
     // since the last barrier is synced, file by file, with the folders that name it.
     bool syncfs_;
+    bool pending_ = false; // written since the last barrier
     std::vector<ustring> written_;
 };
