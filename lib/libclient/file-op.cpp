@@ -595,8 +595,6 @@ int SyncPath(const char* path) {
     return ret;
 }
 
-// nftw keeps no user data: the first failure of a walk is kept here. The walk is only used on
-// the worker thread, one at a time.
 int SyncEntry(const char* path, const struct stat*, int flag, struct FTW*) {
     // Files, and folders once their entries are done; links and the unreadable are skipped.
     if (flag == FTW_F || flag == FTW_DP)
@@ -634,16 +632,15 @@ int FSSyncTree(const ustring& path) {
 #ifdef __linux__
     if (FSSyncfsReachesStorage(parent)) {
         int fd = open(parent.c_str(), O_RDONLY | O_CLOEXEC | O_DIRECTORY);
-        if (fd < 0)
-            return -1;
         int ret = 0;
-        if (syncfs(fd) != 0) {
+        if (fd < 0 || syncfs(fd) != 0) {
             int e = errno;
             Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] file-op(%d): syncfs(%s): %s (%d)\n", __LINE__,
                            parent.c_str(), strerror(e), e);
             ret = -1;
         }
-        close(fd);
+        if (fd >= 0)
+            close(fd);
         return ret;
     }
 #endif
