@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <ftw.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -584,4 +585,75 @@ bool IsMSDOS(const ustring& path) {
     Logger::LogMsg(Logger::LEVEL_WARNING, kComponent, "[WARNING] file-op(%d): Detect a MSDOS platform for path '%s'.\n",
                    __LINE__, path.c_str());
     return true;
+}
+
+namespace {
+
+// Some file systems cannot synchronise at all (EINVAL, EROFS); for them there is nothing more
+// to make durable, which is no failure.
+int SyncDescriptor(int fd, const char* what, const char* path) {
+    if (fsync(fd) == 0 || errno == EINVAL || errno == EROFS)
+        return 0;
+    int e = errno;
+    Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] file-op(%d): %s(%s): %s (%d)\n", __LINE__, what, path,
+                   strerror(e), e);
+    return -1;
+}
+
+int SyncPath(const char* path) {
+    // A symbolic link has no data of its own to sync: its target is written with its name.
+    int fd = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (fd < 0 && errno == ELOOP)
+        return 0;
+    if (fd < 0) {
+        int e = errno;
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] file-op(%d): FSSync: open(%s): %s (%d)\n", __LINE__,
+                       path, strerror(e), e);
+        return -1;
+    }
+    int ret = SyncDescriptor(fd, "fsync", path);
+    close(fd);
+    return ret;
+}
+
+int SyncEntry(const char* path, const struct stat*, int flag, struct FTW*) {
+    // Files, and folders once their entries are done; links and the unreadable are skipped.
+    if (flag == FTW_F || flag == FTW_DP)
+        return SyncPath(path) == 0 ? 0 : 1;
+    return 0;
+}
+
+ustring Parent(const ustring& path) {
+    const size_t slash = path.rfind("/");
+    if (slash == ustring::npos)
+        return ustring(".");
+    return slash == 0 ? ustring("/") : path.substr(0, slash);
+}
+
+} // namespace
+
+int FSSync(const ustring& path) {
+    return path.empty() ? -1 : SyncPath(path.c_str());
+}
+
+bool FSSyncfsReachesStorage(const ustring& path) {
+    return fsplatform::VolumeSyncReachesStorage(path.c_str());
+}
+
+int FSSyncTree(const ustring& path) {
+    if (path.empty())
+        return -1;
+    const ustring parent = Parent(path);
+    if (FSSyncfsReachesStorage(parent)) {
+        const int err = fsplatform::SyncVolume(parent.c_str());
+        if (err == 0)
+            return 0;
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] file-op(%d): syncfs(%s): %s (%d)\n", __LINE__,
+                       parent.c_str(), strerror(err), err);
+        return -1;
+    }
+    // Depth first, so that a folder is synced after the entries made in it.
+    if (nftw(path.c_str(), SyncEntry, 16, FTW_PHYS | FTW_DEPTH) != 0)
+        return -1;
+    return SyncPath(parent.c_str());
 }

@@ -79,3 +79,15 @@ bool FSTimeEqual(long a, long b);
 bool isFileLocked(const ustring& path, int amode);
 bool isMountPoint(const ustring& path);
 bool IsMSDOS(const ustring& path);
+
+// Durability. fsync of a file makes its data durable; fsync of a folder makes its entries (the
+// names created, renamed or removed in it) durable; neither makes a file's own name durable,
+// which is its folder's. 0 on success (also where the file system cannot synchronise), -1 on
+// failure, logged.
+int FSSync(const ustring& path);
+// Whether one syncfs of the volume that holds path makes everything on it durable. Not on a
+// FUSE volume: the kernel forwards no syncfs to an ordinary FUSE server, only fsync.
+bool FSSyncfsReachesStorage(const ustring& path);
+// Makes everything in the tree at path durable, and its name in its folder: one syncfs where
+// that reaches the storage, else an fsync of every file and folder in it and of its folder.
+int FSSyncTree(const ustring& path);

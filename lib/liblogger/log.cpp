@@ -23,15 +23,6 @@ namespace {
 const int kDefaultThreshold = Logger::LEVEL_WARNING;
 const int kRotateThreshold = 1048576;
 
-// LogMsg peeks at the stream without the lock to drop messages cheaply once logging has
-// stopped; Rotate swaps the stream under the lock. Atomic access keeps that peek well-defined.
-FILE* LoadStream(FILE* const& fp) {
-    return __atomic_load_n(&fp, __ATOMIC_RELAXED);
-}
-void StoreStream(FILE*& fp, FILE* value) {
-    __atomic_store_n(&fp, value, __ATOMIC_RELAXED);
-}
-
 // What a full disk kept out of the log file, written ahead of the next message: the line that
 // says why an upgrade failed is logged while the disk is full, and the rollback frees space
 // right after. Bounded, keeping the oldest text, which holds the reason. Guarded by log_lock.
@@ -80,13 +71,13 @@ int Logger::Initialize(Type type, const ustring& path, const ustring& debug_path
     log_type = type;
     switch (type) {
     case TYPE_STDERR:
-        StoreStream(log_fp, stderr);
+        log_fp = stderr;
         break;
     case TYPE_STDOUT:
-        StoreStream(log_fp, stdout);
+        log_fp = stdout;
         break;
     case TYPE_SYSLOG:
-        StoreStream(log_fp, nullptr);
+        log_fp = nullptr;
         break;
     default: {
         // On failure the previous stream stays in use, so start-up messages still reach stderr.
@@ -95,7 +86,7 @@ int Logger::Initialize(Type type, const ustring& path, const ustring& debug_path
         FILE* fp = fopen(path.c_str(), "a");
         if (!fp)
             return -1;
-        StoreStream(log_fp, fp);
+        log_fp = fp;
         // Counts this process's bytes only: a file may grow past the limit over several runs.
         log_size = 0;
         log_path = path;
@@ -114,7 +105,7 @@ void Logger::Destroy() {
     // After a failed Initialize the stream is still a standard one, which must stay open.
     if (log_fp && log_fp != stdout && log_fp != stderr)
         fclose(log_fp);
-    StoreStream(log_fp, stdout);
+    log_fp = stdout;
     log_size = -1;
     log_type = TYPE_STDERR;
     log_path.clear();
@@ -129,13 +120,18 @@ void Logger::LogMsg(Level level, const ustring& component, const char* format, .
 }
 
 void Logger::LogMsg2(Level level, const ustring& component, const char* format, va_list ap) {
-    if (log_type != TYPE_SYSLOG && LoadStream(log_fp) == nullptr)
-        return;
-
     // A thread cancelled while holding the lock would silence every other thread for good.
     int old_cancel_state = 0;
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &old_cancel_state);
     pthread_mutex_lock(&log_lock);
+    // Looked at under the lock only: a rotation leaves no stream between closing the old file
+    // and opening the new one, and a message that came then would be dropped. Once logging has
+    // stopped for good (a failed rotation), messages are dropped here.
+    if (log_type != TYPE_SYSLOG && log_fp == nullptr) {
+        pthread_mutex_unlock(&log_lock);
+        pthread_setcancelstate(old_cancel_state, nullptr);
+        return;
+    }
 
     const auto found = log_level.find(component);
     const int threshold = found == log_level.end() ? kDefaultThreshold : found->second;
@@ -201,7 +197,7 @@ int Logger::Rotate() {
 
     if (log_fp)
         fclose(log_fp);
-    StoreStream(log_fp, nullptr);
+    log_fp = nullptr;
     // A failed rename or reopen leaves no stream: logging stops until Initialize runs again.
     snprintf(to, sizeof(to), "%s_%d", path, 0);
     if (rename(path, to) != 0)
@@ -209,7 +205,7 @@ int Logger::Rotate() {
     FILE* fp = fopen(path, "a");
     if (!fp)
         return -1;
-    StoreStream(log_fp, fp);
+    log_fp = fp;
     return 0;
 }
 

@@ -16,12 +16,16 @@ QString lockFilePath() {
     const QString id = QString::fromLatin1(QCryptographicHash::hash(exe, QCryptographicHash::Sha1).toHex().left(16));
 
     // The runtime folder is per user and cleared at logout; without XDG_RUNTIME_DIR Qt would
-    // invent one and complain on standard error, so the temporary folder serves instead.
+    // invent one and complain on standard error. The shared temporary folder is no substitute:
+    // another local user could create the lock file first and keep the launcher from ever
+    // running. The per-user install folder is the user's own, and start-up creates it anyway.
     QString dir;
     if (qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
         dir = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (dir.isEmpty())
-        dir = QDir::tempPath();
+    if (dir.isEmpty()) {
+        dir = QDir::homePath() + QStringLiteral("/.Velmora");
+        QDir().mkpath(dir);
+    }
     return dir + QStringLiteral("/qtsingleapp-%1-%2.lock").arg(id).arg(getuid());
 }
 

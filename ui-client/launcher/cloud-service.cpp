@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <new>
 
+#include "durability.h"
 #include "extractor.h"
 #include "file-op.h"
 #include "log.h"
@@ -130,8 +131,12 @@ int Service::PrepareUserEnv() {
     if (IsFileExist(app_path, false)) {
         for (attempt = 0;; ++attempt) {
             backup_path = GetAppBackupDir(app_path, attempt);
-            if (FSRename(app_path, backup_path, false) == 0)
+            if (FSRename(app_path, backup_path, false) == 0) {
+                // The move aside is durable before anything is unpacked under the old name. A
+                // failure here is caught by the unpack's own barriers, which sync this folder too.
+                FSSync(GetUserVelmoraInstallPath());
                 break;
+            }
             Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
                            "[ERROR] cloud-service(%d): failed to backup app from '%s' -> '%s'\n", __LINE__,
                            app_path.c_str(), backup_path.c_str());
@@ -167,6 +172,8 @@ int Service::PrepareUserEnv() {
     // installation simply stays under its backup name.
     FSRemove(app_path, false);
     FSRename(backup_path, app_path, false);
+    // Otherwise a power cut could bring the partial copy back beside the backup.
+    FSSync(GetUserVelmoraInstallPath());
     return -1;
 }
 
@@ -183,14 +190,31 @@ int Service::ExtractPackage() {
     Extractor extractor;
     extractor.src = package;
     extractor.dest = dest;
-    return extractor.Extract();
+    UnpackDurability durability(dest);
+    extractor.before_entry = [&durability](const char* path) { return durability.BeforeEntry(path); };
+    const int result = extractor.Extract();
+    // The caller removes the backup on success: not before the new copy is durable.
+    if (result == 0 && durability.Finish() != 0)
+        return -1;
+    return result;
 }
 
 void Service::RemoveLeftoverBackups() {
+    bool durable = false;
     for (int n = 0; n < kBackupAttempts; ++n) {
         const ustring backup = GetAppBackupDir(user_app_path, n);
         if (!IsFileExist(backup, false))
             continue;
+        // A killed run may have written the copy that now reads as current without making it
+        // durable: a power cut could still empty its files, and the backup would then be the
+        // user's only client. Made durable once, before the first backup goes.
+        if (!durable && FSSyncTree(user_app_path) != 0) {
+            Logger::LogMsg(Logger::LEVEL_WARNING, kComponent,
+                           "[WARNING] cloud-service(%d): keeping leftover backups: '%s' is not durable\n", __LINE__,
+                           user_app_path.c_str());
+            return;
+        }
+        durable = true;
         Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): removing leftover backup '%s'\n",
                        __LINE__, backup.c_str());
         FSRemove(backup, false);

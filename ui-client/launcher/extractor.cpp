@@ -165,8 +165,12 @@ Reader OpenForListing(const ustring& src, const ustring& dest) {
     return reader;
 }
 
-// Writes one entry below dest and reports it; false when it was refused or failed, logged.
-bool WriteEntry(archive* reader, archive* writer, archive_entry* entry, const ustring& dest) {
+using EntryHook = std::function<int(const char* path)>;
+
+// Writes one entry below dest; false when it was refused or failed (logged, or refused by the
+// caller's hook before anything was written).
+bool WriteEntry(archive* reader, archive* writer, archive_entry* entry, const ustring& dest,
+                const EntryHook& before_entry) {
     const char* path = archive_entry_pathname(entry);
     if (!path) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): archive_entry_pathname failed\n",
@@ -174,6 +178,8 @@ bool WriteEntry(archive* reader, archive* writer, archive_entry* entry, const us
         return false;
     }
     if (!PrepareEntry(dest, entry, path))
+        return false;
+    if (before_entry && before_entry(path) != 0)
         return false;
     const char* hardlink = archive_entry_hardlink(entry);
     // Always joined with a "/", so even an absolute entry path lands below dest. A hard link
@@ -197,7 +203,7 @@ bool WriteEntry(archive* reader, archive* writer, archive_entry* entry, const us
 
 // The second pass: every entry in order, one progress report each, until the end or the first
 // failure. 0 when the end was reached, else -1.
-int WriteEntries(archive* reader, archive* writer, const ustring& dest, int total) {
+int WriteEntries(archive* reader, archive* writer, const ustring& dest, const EntryHook& before_entry, int total) {
     for (int index = 1;; ++index) {
         archive_entry* entry = nullptr;
         const int r = archive_read_next_header(reader, &entry);
@@ -209,7 +215,7 @@ int WriteEntries(archive* reader, archive* writer, const ustring& dest, int tota
                            ErrorText(reader));
             return -1;
         }
-        if (!WriteEntry(reader, writer, entry, dest))
+        if (!WriteEntry(reader, writer, entry, dest, before_entry))
             return -1;
         Notify_Adapter::GetInstance()->UpdateProgress(total, index);
         if (archive_write_finish_entry(writer) != ARCHIVE_OK) {
@@ -254,7 +260,7 @@ int Extractor::Extract() {
                        __LINE__, src.c_str(), ErrorText(reader.get()));
         return -1;
     }
-    return WriteEntries(reader.get(), writer.get(), dest, total);
+    return WriteEntries(reader.get(), writer.get(), dest, before_entry, total);
 }
 
 int Extractor::Count() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "ustring.h"
 
 struct archive;
@@ -16,4 +18,7 @@ public:
 
     ustring dest;
     ustring src;
+    // Called with each entry's path in the package before the entry is written; a non-zero
+    // result fails the unpack. The service orders the writes on disk through it.
+    std::function<int(const char* path)> before_entry;
 };

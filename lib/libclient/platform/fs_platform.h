@@ -30,6 +30,14 @@ int StoredPathText(const StoredPathRef* ref, unsigned char* buf, unsigned long s
 // of these.
 int FileSystemTypeName(const char* path, std::string& name);
 
+// Whether one SyncVolume makes everything on the volume that holds path durable. Not on a FUSE
+// volume: the kernel forwards syncfs to no ordinary FUSE server, only fsync.
+bool VolumeSyncReachesStorage(const char* path);
+
+// Makes everything written to the volume that holds path durable, in one call (one journal
+// commit, whatever the number of files). 0 on success, else the errno value.
+int SyncVolume(const char* path);
+
 // The next entry of a directory stream, re-entrant for distinct streams, with the contract of
 // readdir_r: 0 with *result null at the end, 0 with *result set for an entry. *result may point
 // into entry or into the stream's own buffer; it stays valid until the next call on the stream.

@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 namespace fsplatform {
 namespace {
@@ -118,8 +119,6 @@ const char* TypeNameForMagic(uint32_t magic, char* fallback, size_t size) {
         return "smbfs";
     case MSDOS_SUPER_MAGIC:
         return "msdos";
-    case FUSE_SUPER_MAGIC:
-        return "fuse";
     default:
         snprintf(fallback, size, "linux-0x%lx", static_cast<unsigned long>(magic));
         return fallback;
@@ -191,6 +190,20 @@ int FileSystemTypeName(const char* path, std::string& name) {
     else if (!subtype.empty())
         name = "fuse." + subtype;
     return 0;
+}
+
+bool VolumeSyncReachesStorage(const char* path) {
+    struct statfs sfs;
+    return statfs(path, &sfs) == 0 && static_cast<uint32_t>(sfs.f_type) != FUSE_SUPER_MAGIC;
+}
+
+int SyncVolume(const char* path) {
+    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return errno;
+    const int err = syncfs(fd) == 0 ? 0 : errno;
+    close(fd);
+    return err;
 }
 
 // glibc's readdir is re-entrant for distinct streams and readdir_r is deprecated there.

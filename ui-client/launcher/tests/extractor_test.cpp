@@ -39,7 +39,7 @@ struct ExtractorTest : ::testing::Test {
     int Extract(const std::string& src, const std::string& dest) {
         int rc = 1;
         reports.clear();
-        std::thread([&] { rc = Extractor{dest.c_str(), src.c_str()}.Extract(); }).join();
+        std::thread([&] { rc = Extractor{dest.c_str(), src.c_str(), {}}.Extract(); }).join();
         QCoreApplication::processEvents();
         return rc;
     }
@@ -242,7 +242,7 @@ TEST_F(ExtractorTest, ListPrintsEveryEntryPathInOrderAndStopsQuietlyAtDamage) {
     ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 1536)));
     const auto list = [&](const std::string& dest, const std::string& src, const std::string& printed) {
         testing::internal::CaptureStdout();
-        const int rc = Extractor{dest.c_str(), src.c_str()}.List();
+        const int rc = Extractor{dest.c_str(), src.c_str(), {}}.List();
         EXPECT_EQ(testing::internal::GetCapturedStdout(), printed) << src;
         return rc;
     };
