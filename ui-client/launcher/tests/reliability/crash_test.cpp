@@ -14,6 +14,7 @@
 #include <random>
 #include <set>
 
+#include "crash_trace.h"
 #include "file_tree.h"
 #include "launcher_scene.h"
 
@@ -23,11 +24,6 @@ using testsupport::snapshot;
 namespace {
 
 const int kOldBuild = 100, kNewBuild = 200;
-
-struct Call {
-    long number;
-    std::string name, path;
-};
 
 struct Phase {
     const char* name;
@@ -40,7 +36,7 @@ protected:
         if (!getenv("DISPLAY"))
             return;
         scene_ = new Scene;
-        calls_ = new std::vector<Call>;
+        calls_ = new Trace;
         old_ = scene_->Dir() + "/old/Velmora.app";
         const std::string fresh = scene_->Dir() + "/new/Velmora.app";
         MakeClient(old_, 1, kOldBuild, 2000);
@@ -55,9 +51,7 @@ protected:
         scene_->TakeLog();
         scene_->StopClient();
         ASSERT_TRUE(exit.clean) << exit.output;
-        std::ifstream in(trace);
-        for (Call c; in >> c.number >> c.name && std::getline(in >> std::ws, c.path);)
-            calls_->push_back(c);
+        *calls_ = ReadTrace(trace);
     }
     static void TearDownTestSuite() {
         delete scene_;
@@ -71,20 +65,11 @@ protected:
     }
 
     static std::vector<std::string> Preload(long at, const std::string& trace = "") {
-        return {"LD_PRELOAD=" VELMORA_CRASH_POINT, "VELMORA_CRASH_WATCH=" + scene_->App(),
-                "VELMORA_CRASH_PACKAGE=" + scene_->Package(), "VELMORA_CRASH_AT=" + std::to_string(at),
-                "VELMORA_CRASH_TRACE=" + trace,
-                // The preloaded library comes before the sanitizer runtime in a sanitizer build.
-                "ASAN_OPTIONS=verify_asan_link_order=0:" +
-                    std::string(getenv("ASAN_OPTIONS") ? getenv("ASAN_OPTIONS") : "")};
+        return CrashPoint(*scene_, at, trace);
     }
 
-    // The number of the first recorded call that matches, 0 when none does.
     static long Find(const std::string& name, const std::string& path, long after = 0) {
-        for (const Call& c : *calls_)
-            if (c.number > after && c.name == name && c.path.rfind(path, 0) == 0)
-                return c.number;
-        return 0;
+        return e2e::Find(*calls_, name, path, after);
     }
     static std::string Describe(long at) {
         const Call& c = (*calls_)[static_cast<size_t>(at - 1)];
@@ -124,13 +109,13 @@ protected:
     static Scene* scene_;
     static std::string old_;
     static Tree* expected_;
-    static std::vector<Call>* calls_;
+    static Trace* calls_;
 };
 
 Scene* CrashTest::scene_ = nullptr;
 std::string CrashTest::old_;
 Tree* CrashTest::expected_ = nullptr;
-std::vector<Call>* CrashTest::calls_ = nullptr;
+Trace* CrashTest::calls_ = nullptr;
 
 TEST_F(CrashTest, KillAtAnyMomentOfUpgradeEndsWithNewClientNoLeftoverAndClientOpened) {
     const std::string app = scene_->App();

@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 #include <random>
 
+#include "crash_trace.h"
 #include "file_tree.h"
 #include "launcher_scene.h"
 #include "powercut_mount.h"
@@ -28,19 +29,6 @@ using testsupport::snapshot;
 namespace {
 
 const int kOldBuild = 100, kNewBuild = 200;
-
-struct Call {
-    long number;
-    std::string name, path;
-};
-using Trace = std::vector<Call>;
-
-long Find(const Trace& calls, const std::string& name, const std::string& path, long after = 0) {
-    for (const Call& c : calls)
-        if (c.number > after && c.name == name && c.path.rfind(path, 0) == 0)
-            return c.number;
-    return 0;
-}
 
 class PowerCut : public ::testing::Test {
 protected:
@@ -84,13 +72,7 @@ protected:
     }
 
     static std::vector<std::string> Preload(long at, const std::string& trace = "") {
-        return {"LD_PRELOAD=" VELMORA_CRASH_POINT,
-                "VELMORA_CRASH_WATCH=" + scene_->App(),
-                "VELMORA_CRASH_PACKAGE=" + scene_->Package(),
-                "VELMORA_CRASH_AT=" + std::to_string(at),
-                "VELMORA_CRASH_TRACE=" + trace,
-                "ASAN_OPTIONS=verify_asan_link_order=0:" +
-                    std::string(getenv("ASAN_OPTIONS") ? getenv("ASAN_OPTIONS") : "")};
+        return CrashPoint(*scene_, at, trace);
     }
     static void Fresh() {
         scene_->Install(old_);
@@ -109,11 +91,7 @@ protected:
             RunTo(killed_first_at);
         const std::string file = scene_->Dir() + "/trace";
         RunTo(0, file);
-        Trace calls;
-        std::ifstream in(file);
-        for (Call c; in >> c.number >> c.name && std::getline(in >> std::ws, c.path);)
-            calls.push_back(c);
-        return calls;
+        return ReadTrace(file);
     }
 
     // After a cut, a normal start must leave exactly the new client, opened. A backup numbered
