@@ -56,6 +56,27 @@ std::string WriteThrough(FILE* fp, const std::string& text) {
     return done < text.size() ? text.substr(done) : std::string();
 }
 
+// Writes one message behind its local time stamp and returns its length. Into the log file,
+// what the disk refuses is kept and goes out ahead of the next message. Called under log_lock.
+int WriteStamped(FILE* fp, bool into_log_file, const char* format, va_list ap) {
+    const time_t now = time(nullptr);
+    struct tm local;
+    char stamp[512];
+    stamp[0] = '\0';
+    if (localtime_r(&now, &local))
+        strftime(stamp, sizeof(stamp), "%b %d %H:%M:%S ", &local);
+    const std::string line = stamp + Format(format, ap);
+    if (into_log_file) {
+        g_unwritten = WriteThrough(fp, g_unwritten + line);
+        if (g_unwritten.size() > kMaxUnwritten)
+            g_unwritten.resize(kMaxUnwritten);
+    } else {
+        fwrite(line.data(), 1, line.size(), fp);
+        fflush(fp);
+    }
+    return static_cast<int>(line.size());
+}
+
 } // namespace
 
 int Logger::Initialize(Type type, const ustring& path, const ustring& debug_path, int rotate_count) {
@@ -144,24 +165,8 @@ void Logger::LogMsg2(Level level, const ustring& component, const char* format, 
         case TYPE_STDOUT:
         case TYPE_STDERR:
         case TYPE_FILE:
-            if (log_fp) {
-                const time_t now = time(nullptr);
-                struct tm local;
-                char stamp[512];
-                stamp[0] = '\0';
-                if (localtime_r(&now, &local))
-                    strftime(stamp, sizeof(stamp), "%b %d %H:%M:%S ", &local);
-                const std::string line = stamp + Format(format, ap);
-                written = static_cast<int>(line.size());
-                if (log_type == TYPE_FILE && log_size >= 0) {
-                    g_unwritten = WriteThrough(log_fp, g_unwritten + line);
-                    if (g_unwritten.size() > kMaxUnwritten)
-                        g_unwritten.resize(kMaxUnwritten);
-                } else {
-                    fwrite(line.data(), 1, line.size(), log_fp);
-                    fflush(log_fp);
-                }
-            }
+            if (log_fp)
+                written = WriteStamped(log_fp, log_type == TYPE_FILE && log_size >= 0, format, ap);
             break;
         default:
             vfprintf(stderr, format, ap);
