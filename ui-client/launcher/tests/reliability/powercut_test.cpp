@@ -82,6 +82,11 @@ protected:
     static void RunTo(long at, const std::string& trace = "") {
         const Scene::Exit exit = scene_->Run(Preload(at, trace));
         EXPECT_TRUE(at ? exit.frozen : exit.clean) << "stopped at " << at << ": " << exit.output;
+        // The desktop opens the client after the launcher has ended: wait for it, or it would
+        // start after this stop, and a cut could then lose the pid file that names it.
+        if (exit.clean) {
+            EXPECT_TRUE(Eventually([] { return scene_->ClientRuns(kNewBuild); }));
+        }
         scene_->StopClient();
         scene_->TakeLog();
     }

@@ -61,9 +61,12 @@ PowercutMount::PowercutMount(const std::string& backing, const std::string& moun
 PowercutMount::~PowercutMount() {
     if (pid_ <= 0)
         return;
-    // A client still running from the mount keeps it busy: detach it then.
-    if (umount(mount_point_.c_str()) != 0)
+    // A client still running from the mount keeps it busy: detach it then, and end the file
+    // system, which would otherwise serve the detached mount for as long as the client runs.
+    if (umount(mount_point_.c_str()) != 0) {
         umount2(mount_point_.c_str(), MNT_DETACH);
+        kill(pid_, SIGTERM);
+    }
     waitpid(pid_, nullptr, 0);
 }
 
