@@ -109,7 +109,7 @@ protected:
         ASSERT_TRUE(exit.clean) << exit.output;
         EXPECT_EQ("", Diff(snapshot(scene_->App()), *expected_)) << scene_->TakeLog();
         if (no_leftovers) {
-            EXPECT_EQ(std::vector<std::string>{}, scene_->Leftovers());
+            EXPECT_EQ(std::vector<std::string>{}, scene_->Leftovers()) << scene_->Log();
         }
         EXPECT_TRUE(Eventually([&] { return scene_->ClientRuns(kNewBuild); }));
         scene_->StopClient();

@@ -199,13 +199,23 @@ namespace {
 class Cut {
 public:
     enum Mode { kWorst, kRandom, kNames };
-    Cut(Mode mode, unsigned seed) : mode_(mode), rng_(seed) { Paths(g_root, g_backing); }
+    Cut(Mode mode, unsigned seed) : mode_(mode), rng_(seed) {
+        Paths(g_root, g_backing);
+        lstat(g_backing.c_str(), &root_attrs_);
+    }
 
     // Writes what survives of the tree into dest, which exists.
     void Write(const NodePtr& node, const std::string& dest) {
         if (!on_path_.insert(node.get()).second)
             return; // a folder moved into itself by unsynced renames
-        const struct stat attrs = Attrs(node);
+        struct stat attrs = Attrs(node);
+        if (attrs.st_mode == 0) {
+            // Never seen on disk by this tool (it left before its attributes were kept): it comes
+            // back owned like the mount, with plain modes, so the user can still remove it.
+            attrs.st_uid = root_attrs_.st_uid;
+            attrs.st_gid = root_attrs_.st_gid;
+            attrs.st_mode = node->kind == Node::kDir ? 0755 : 0644;
+        }
         if (node->kind == Node::kDir) {
             if (dest != staging_root_ && mkdir(dest.c_str(), 0700) != 0)
                 perror(dest.c_str());
@@ -279,6 +289,7 @@ private:
 
     Mode mode_;
     std::mt19937 rng_;
+    struct stat root_attrs_ = {};
     std::map<const Node*, std::string> live_path_;
     std::set<const Node*> on_path_;
 };
