@@ -38,11 +38,7 @@ protected:
         scene_ = new Scene;
         calls_ = new Trace;
         old_ = scene_->Dir() + "/old/Velmora.app";
-        const std::string fresh = scene_->Dir() + "/new/Velmora.app";
-        MakeClient(old_, 1, kOldBuild, 2000);
-        MakeClient(fresh, 2, kNewBuild, 3000);
-        scene_->Release(fresh);
-        expected_ = new Tree(snapshot(fresh));
+        expected_ = new Tree(PrepareUpgrade(*scene_, old_, kOldBuild, kNewBuild));
 
         // One upgrade to its end records every call that a crash can precede.
         scene_->Install(old_);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "file_tree.h"
 #include "launcher_scene.h"
 
 // What the crash-point library (preloaded into the launcher) records and where it stops it,
@@ -43,6 +44,16 @@ inline std::vector<std::string> CrashPoint(const Scene& scene, long at, const st
             "VELMORA_CRASH_TRACE=" + trace,
             // The preloaded library comes before the sanitizer runtime in a sanitizer build.
             "ASAN_OPTIONS=verify_asan_link_order=0:" + std::string(asan ? asan : "")};
+}
+
+// Makes the old client at `old` (2,000 files) and releases a new one (3,000 files) in the scene's
+// bundle; returns the new client's tree, which every recovered start must leave.
+inline Tree PrepareUpgrade(Scene& scene, const std::string& old, int old_build, int new_build) {
+    const std::string fresh = scene.Dir() + "/new/Velmora.app";
+    MakeClient(old, 1, old_build, 2000);
+    MakeClient(fresh, 2, new_build, 3000);
+    scene.Release(fresh);
+    return testsupport::snapshot(fresh);
 }
 
 } // namespace e2e

@@ -37,11 +37,7 @@ protected:
             return;
         scene_ = new Scene;
         old_ = scene_->Dir() + "/old/Velmora.app";
-        const std::string fresh = scene_->Dir() + "/new/Velmora.app";
-        MakeClient(old_, 1, kOldBuild, 2000);
-        MakeClient(fresh, 2, kNewBuild, 3000);
-        scene_->Release(fresh);
-        expected_ = new Tree(snapshot(fresh));
+        expected_ = new Tree(PrepareUpgrade(*scene_, old_, kOldBuild, kNewBuild));
         mount_ = new PowercutMount(scene_->Dir() + "/backing", scene_->Home());
         if (!mount_->Mounted())
             return;
