@@ -1,5 +1,7 @@
 #include "powercut_mount.h"
 
+#include "file_tree.h"
+
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -87,12 +89,5 @@ bool PowercutMount::Sync() {
 }
 
 std::string PowercutMount::Report() const {
-    std::string text;
-    const int fd = open((mount_point_ + "/.powercut").c_str(), O_RDONLY | O_CLOEXEC);
-    char buf[512];
-    for (ssize_t n; fd >= 0 && (n = read(fd, buf, sizeof(buf))) > 0;)
-        text.append(buf, static_cast<size_t>(n));
-    if (fd >= 0)
-        close(fd);
-    return text;
+    return testsupport::readFile(mount_point_ + "/.powercut");
 }
