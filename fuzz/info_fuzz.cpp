@@ -7,6 +7,7 @@
 // bundle's INFO.
 #include <QCoreApplication>
 #include <QDir>
+#include <QGuiApplication>
 #include <QString>
 #include <QtGlobal>
 #include <climits>
@@ -89,7 +90,12 @@ extern "C" const char* __asan_default_options() {
 }
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    new QCoreApplication(*argc, *argv);
+    // The launcher reads INFO with its interface application running, and Qt's INI reader
+    // decodes "@Variant(...)" values of any registered type, pictures and cursors among them,
+    // which need that application. A core application would make a picture value abort here
+    // where the launcher reads it without harm.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    new QGuiApplication(*argc, *argv);
     // Qt's INI reader warns about every value it cannot turn into a type; a fatal message
     // still aborts after the handler returns.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
