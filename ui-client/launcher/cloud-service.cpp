@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QSettings>
 #include <QString>
 #include <QVariant>
@@ -29,21 +30,49 @@ void ReadVersionKey(QSettings& settings, const char* key, ustring& field) {
         field = ToUtf8(settings.value(name).toString());
 }
 
-void ReadVersionFile(const ustring& path, ustring& major, ustring& minor, ustring& build, ustring& overlay) {
-    // Qt's INI reader decodes every "@Variant(...)" value of the file when it loads it, and a
-    // corrupt one that claims an impossible size throws. A damaged INFO must read like a file
-    // without keys, never end the launcher before it has opened the client.
+// Qt's INI reader hands every value that starts with '@' to Qt's type decoder when it first
+// reads a section, whatever key is asked for, and a corrupt serialised pen or list crashes or
+// throws inside Qt. INFO holds plain numbers, so a file that could hold such a value is damaged:
+// a literal '@', or an escape that makes one (hexadecimal "\x..", octal "\1..").
+bool MayHoldSerialisedValues(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray text = file.readAll();
+    for (int i = 0; i < text.size(); ++i) {
+        if (text[i] == '@')
+            return true;
+        if (text[i] == '\\' && i + 1 < text.size() &&
+            (text[i + 1] == 'x' || (text[i + 1] >= '0' && text[i + 1] <= '7')))
+            return true;
+    }
+    return false;
+}
+
+// Fills the fields from the file's "Version" section; false when the file is damaged.
+bool ReadVersionSection(const QString& path, ustring& major, ustring& minor, ustring& build, ustring& overlay) {
     try {
-        QSettings settings(QString::fromUtf8(path.c_str()), QSettings::IniFormat);
+        if (MayHoldSerialisedValues(path))
+            return false;
+        QSettings settings(path, QSettings::IniFormat);
         settings.beginGroup(QStringLiteral("Version"));
         ReadVersionKey(settings, "major_version", major);
         ReadVersionKey(settings, "minor_version", minor);
         ReadVersionKey(settings, "build_version", build);
         ReadVersionKey(settings, "icon_overlay_version", overlay);
+        return true;
     } catch (const std::bad_alloc&) {
+        // A file too large for memory throws while it is read.
+        return false;
+    }
+}
+
+// A damaged INFO reads like a file without keys: it must never end the launcher before it has
+// opened the client.
+void ReadVersionFile(const ustring& path, ustring& major, ustring& minor, ustring& build, ustring& overlay) {
+    if (!ReadVersionSection(QString::fromUtf8(path.c_str()), major, minor, build, overlay))
         Logger::LogMsg(Logger::LEVEL_WARNING, kComponent, "[WARNING] cloud-service(%d): unreadable version file '%s'\n",
                        __LINE__, path.c_str());
-    }
 }
 
 } // namespace
