@@ -18,78 +18,59 @@ using namespace testsupport;
 
 namespace {
 
-// Stands in for the desktop: records, after an optional pause, the file a run opens.
-class Desktop : public QObject {
+// The test executable's bundle has neither INFO nor package: without a per-user client a run
+// wants an upgrade that fails, with one it has nothing to do. The fixture stands in for the
+// desktop: it records, after an optional pause, the file a run opens.
+class LauncherTest : public QObject, public ::testing::Test {
     Q_OBJECT
 public slots:
     void open(const QUrl& url) {
-        opening = true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
-        opened = url.toLocalFile().toStdString();
+        opening_ = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(delay_ms_));
+        opened_ = url.toLocalFile().toStdString();
     }
 
-public:
-    int delayMs = 0;
-    std::atomic<bool> opening{false};
-    std::string opened;
-};
-
-// The test executable's bundle has neither INFO nor package: without a per-user client a run
-// wants an upgrade that fails, with one it has nothing to do.
-class LauncherTest : public ::testing::Test {
 protected:
     void SetUp() override {
         static int argc = 1;
         static char* argv[] = {const_cast<char*>("launcher_test"), nullptr};
-        qputenv("QT_QPA_PLATFORM", "offscreen");
         // Never destroyed: the offscreen platform plugin would leak its screen at teardown.
         [[maybe_unused]] static QApplication* app = new QApplication(argc, argv);
         StrTable::InitStrTable();
-        QDesktopServices::setUrlHandler(QStringLiteral("file"), &desktop_, "open");
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open");
     }
     void TearDown() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
+    // The launcher's one window.
     static ProcessingProgressDialog* Dialog() {
-        for (QWidget* w : QApplication::topLevelWidgets())
-            if (auto* d = qobject_cast<ProcessingProgressDialog*>(w))
-                return d;
-        return nullptr;
+        return qobject_cast<ProcessingProgressDialog*>(QApplication::topLevelWidgets().value(0));
     }
-    // One run through the event loop, as main does it; tells whether the dialog was ever shown
-    // (only showing gives it a window).
+    // One run through the event loop, as main does it, which must end with the dialog hidden at
+    // 100 and the client opened; tells whether the dialog was ever shown (only that gives it a window).
     bool RunShowsDialog() {
         Launcher launcher;
-        QTimer::singleShot(60000, &launcher, [] {
-            ADD_FAILURE() << "no end";
-            QCoreApplication::quit();
-        });
+        QTimer::singleShot(60000, &launcher, &QCoreApplication::quit);
         launcher.Run();
         launcher.Start();
         QCoreApplication::exec();
         EXPECT_TRUE(Dialog()->value() == 100 && !Dialog()->isVisible());
-        EXPECT_EQ(desktop_.opened, home_.path() + "/.Velmora/Velmora.app");
+        EXPECT_EQ(opened_, home_.path() + "/.Velmora/Velmora.app");
         return Dialog()->windowHandle() != nullptr;
     }
     ScratchHome home_;
-    Desktop desktop_;
+    int delay_ms_ = 0;
+    std::atomic<bool> opening_{false};
+    std::string opened_;
 };
 
-TEST_F(LauncherTest, ProgressShowsTruncatedPercentageAndIgnoresEmptyTotal) {
+// The extractor reports from the worker thread: its label arrives through this thread's event
+// loop. The dialog only reports: nothing to cancel, and an empty total changes nothing.
+TEST_F(LauncherTest, HiddenDialogShowsTruncatedProgressAndLabelsFromTheWorkerWithoutCancel) {
     Launcher launcher;
+    EXPECT_TRUE(Dialog()->findChildren<QPushButton*>().isEmpty());
     Notify_Adapter::GetInstance()->UpdateProgress(3, 2);
     EXPECT_EQ(Dialog()->value(), 66);
     Notify_Adapter::GetInstance()->UpdateProgress(0, 1);
     EXPECT_EQ(Dialog()->value(), 66);
-    EXPECT_FALSE(Dialog()->isVisible());
-}
-
-TEST_F(LauncherTest, DialogOffersNoWayToCancelTheUpgrade) {
-    Launcher launcher;
-    EXPECT_TRUE(Dialog()->findChildren<QPushButton*>().isEmpty());
-}
-
-// The extractor reports from the worker thread: the label arrives through this thread's event loop.
-TEST_F(LauncherTest, LabelFromTheWorkerReachesTheHiddenDialogThroughTheEventLoop) {
-    Launcher launcher;
     std::thread([] { Notify_Adapter::GetInstance()->UpdateDialogText(QStringLiteral("Unpacking")); }).join();
     EXPECT_EQ(Dialog()->labelText(), QStringLiteral("Velmora is initializing...")) << "set on the worker thread";
     QCoreApplication::processEvents();
@@ -107,14 +88,14 @@ TEST_F(LauncherTest, DialogShowsOnlyForUpgradeAndEveryRunEndsHiddenAt100WithClie
 // The event loop can end without LaunchDone (the user closed the dialog); tearing down must
 // neither abort the process nor cut the run short.
 TEST_F(LauncherTest, TearDownDuringRunWaitsForRunToFinish) {
-    desktop_.delayMs = 300;
+    delay_ms_ = 300;
     auto* launcher = new Launcher;
     launcher->Run();
     launcher->Start();
-    for (int ms = 0; ms < 60000 && !desktop_.opening; ++ms)
+    for (int ms = 0; ms < 60000 && !opening_; ++ms)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     delete launcher;
-    EXPECT_EQ(desktop_.opened, home_.path() + "/.Velmora/Velmora.app");
+    EXPECT_EQ(opened_, home_.path() + "/.Velmora/Velmora.app");
 }
 
 } // namespace

@@ -14,10 +14,6 @@ void PrintTo(const QString& text, std::ostream* os) {
 
 namespace {
 
-QString q(const char* text) {
-    return QString::fromUtf8(text);
-}
-
 // English unless a test installs a translator; the test executable's bundle has no icon file.
 class ProgressDialog : public ::testing::Test {
 protected:
@@ -30,30 +26,26 @@ protected:
     }
 };
 
-TEST_F(ProgressDialog, StartsHiddenAtZeroWithProductNamePreparingTextAndNoMissingIcon) {
+TEST_F(ProgressDialog, StartsHiddenAtZeroWithoutMissingIconAndKeepsItsWidthForALongLabel) {
     ProcessingProgressDialog dialog;
-    EXPECT_EQ(dialog.windowTitle(), q("Orvane Velmora"));
-    EXPECT_EQ(dialog.labelText(), q("Velmora is initializing..."));
+    EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Orvane Velmora"));
+    EXPECT_EQ(dialog.labelText(), QStringLiteral("Velmora is initializing..."));
     EXPECT_EQ(dialog.value(), 0);
     EXPECT_FALSE(dialog.isVisible());
     EXPECT_TRUE(dialog.windowIcon().isNull());
+    dialog.setLabelText(QString(200, QLatin1Char('x')));
+    dialog.show();
+    EXPECT_EQ(dialog.width(), 400);
 }
 
 TEST_F(ProgressDialog, SpeaksTheLanguageInstalledBeforeItWasBuilt) {
     qInitResources_texts();
     QTranslator german;
-    ASSERT_TRUE(german.load(q(":/deu.qm")));
+    ASSERT_TRUE(german.load(QStringLiteral(":/deu.qm")));
     QCoreApplication::installTranslator(&german);
     ProcessingProgressDialog dialog;
     QCoreApplication::removeTranslator(&german);
-    EXPECT_EQ(dialog.labelText(), q("Velmora wird initialisiert..."));
-}
-
-TEST_F(ProgressDialog, KeepsItsWidthWhenALongLabelArrives) {
-    ProcessingProgressDialog dialog;
-    dialog.setLabelText(QString(200, QLatin1Char('x')));
-    dialog.show();
-    EXPECT_EQ(dialog.width(), 400);
+    EXPECT_EQ(dialog.labelText(), QStringLiteral("Velmora wird initialisiert..."));
 }
 
 } // namespace
