@@ -1,12 +1,8 @@
-#include <QCoreApplication>
-#include <QThread>
 #include <archive.h>
 #include <archive_entry.h>
 #include <gtest/gtest.h>
 #include <regex>
-#include <set>
 #include <sys/stat.h>
-#include <thread>
 
 #include "archive_builder.h"
 #include "extractor.h"
@@ -20,32 +16,25 @@ using namespace testsupport;
 using Tree = std::map<std::string, std::string>;
 using B = ArchiveBuilder;
 
-// Extract runs on a worker thread and the receiver on this one: the adapter's signals come as queued calls.
 struct ExtractorTest : ::testing::Test {
     void SetUp() override {
-        static int argc = 0;
-        static QCoreApplication* app = new QCoreApplication(argc, nullptr);
         StrTable::InitStrTable();
-        ASSERT_TRUE(app && Logger::Initialize(Logger::TYPE_FILE, (tmp / "log").c_str(), "", 50) == 0);
-        QObject::connect(Notify_Adapter::GetInstance(), &Notify_Adapter::sigUpdateProgress, &rx, [this](int t, int c) {
-            reports.emplace_back(QThread::currentThread() == rx.thread() ? t : -1, c);
-        });
+        ASSERT_TRUE(Logger::Initialize(Logger::TYPE_FILE, (tmp / "log").c_str(), "", 50) == 0);
+        QObject::connect(Notify_Adapter::GetInstance(), &Notify_Adapter::sigUpdateProgress, &rx,
+                         [this](int total, int current) { reports.emplace_back(total, current); });
         QObject::connect(Notify_Adapter::GetInstance(), &Notify_Adapter::sigUpdateDialogText, &rx,
                          [this](const QString& text) { labels << text; });
     }
     void TearDown() override { Logger::Destroy(); }
-    // The log without the source line numbers, which may move.
-    std::string Log() const { return std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), ""); }
-    int Extract(const std::string& src, const std::string& dest) {
-        int rc = 1;
-        reports.clear();
-        std::thread([&] { rc = Extractor{dest.c_str(), src.c_str(), {}}.Extract(); }).join();
-        QCoreApplication::processEvents();
-        return rc;
+    // An error line, matched without the source line numbers, which may move.
+    bool Logged(const std::string& text) const {
+        const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
+        return log.find("[ERROR] extractor: " + text) != std::string::npos;
     }
+    int Extract(const std::string& src, const std::string& dest) { return Extractor{dest, src, {}}.Extract(); }
 
     TempDir tmp;
-    QObject rx;
+    QObject rx; // ends the connections with the test
     std::vector<std::pair<int, int>> reports;
     QStringList labels;
 };
@@ -61,79 +50,31 @@ TEST_P(FormatTest, ReportsEachEntryOnceAndReplacesWhatIsInTheWay) {
     EXPECT_EQ(snapshot(tmp / "dest"), (Tree{{"d", "/"}, {"d/a", "alpha"}, {"d/ln", "-> gone"}, {"abs", "new"}}));
 }
 
+// The formats a bundle ships (plain tar is in every other test) and 7-Zip, read by seeking.
 const char* const kFormatNames[] = {"Tar", "TarGz", "TarZstd", "Zip", "SevenZip"};
-INSTANTIATE_TEST_SUITE_P(Extractor, FormatTest, ::testing::Values(B::Tar, B::TarGz, B::TarZstd, B::Zip, B::SevenZip),
+INSTANTIATE_TEST_SUITE_P(Extractor, FormatTest, ::testing::Values(B::TarGz, B::TarZstd, B::Zip, B::SevenZip),
                          [](const auto& info) { return std::string(kFormatNames[info.param]); });
 
-// Paths in the scratch folder, empty for none given; `left` names what dest holds afterwards.
-struct BadInputCase {
-    std::string name, src, dest, logged;
-    size_t reports;
-    std::set<std::string> left;
-};
-void PrintTo(const BadInputCase& c, std::ostream* os) {
-    *os << c.name;
+// Nothing reaches the dialog before both paths are given.
+TEST_F(ExtractorTest, FailsWithoutBothPathsOrAPackageThatOpens) {
+    EXPECT_EQ(-1, Extract("", tmp / "dest"));
+    EXPECT_EQ(-1, Extract(tmp / "nope", ""));
+    EXPECT_TRUE(Logged("Invalid Argument\n"));
+    EXPECT_EQ(-1, Extract(tmp / "nope", tmp / "dest"));
+    EXPECT_TRUE(Logged("archive_read_open_filename failed: 'Failed to open")) << readFile(tmp / "log");
+    EXPECT_EQ(labels, QStringList("Velmora is initializing..."));
 }
 
-struct BadInputTest : ExtractorTest, ::testing::WithParamInterface<BadInputCase> {
-    void SetUp() override {
-        ExtractorTest::SetUp();
-        ASSERT_TRUE(B().file("ok", "ok").file("a/../../b", "x").file("c", "c").write(tmp / "dots"));
-        ASSERT_TRUE(B().file("big", std::string(99999, 'x')).write(tmp / "t", B::Tar));
-        ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 40000)) && writeFile(tmp / "text", "words"));
-        ASSERT_TRUE(B().write(tmp / "empty", B::Tar));
-        ASSERT_TRUE(B().symlink("l", "..").file("l/escaped", "x").write(tmp / "out", B::Tar));
-    }
-    std::string Path(const std::string& name) const { return name.empty() ? "" : tmp / name; }
-};
-
-TEST_P(BadInputTest, FailsWithItsLogLineAndKeepsWhatCameBefore) {
-    const BadInputCase& c = GetParam();
-    EXPECT_EQ(Extract(Path(c.src), Path(c.dest)), -1);
-    EXPECT_NE(Log().find("[ERROR] extractor: " + c.logged), std::string::npos) << Log();
-    EXPECT_EQ(reports.size(), c.reports);
-    std::set<std::string> left;
-    for (const auto& entry : snapshot(tmp / "dest"))
-        left.insert(entry.first);
-    EXPECT_EQ(left, c.left);
-    EXPECT_EQ(labels, c.src.empty() || c.dest.empty() ? QStringList()
-                                                      : QStringList(QStringLiteral("Velmora is initializing...")));
-}
-
-const std::string kExtract = "archive_read_extract2 failed: '";
-const std::string kCount = "Failed to calculate total file numbers, ret: ";
-std::string BadInputName(const ::testing::TestParamInfo<BadInputCase>& info) {
-    return info.param.name;
-}
-const BadInputCase kBadInputs[] = {
-    {"DotDotPath", "dots", "dest", kExtract + "Path contains '..''\n", 1, {"ok"}},
-    {"TruncatedData", "cut", "dest", kExtract + "Truncated", 0, {"big"}},
-    {"WriteThroughLink", "out", "dest", kExtract + "Cannot extract through a symbolic link'\n", 1, {"l"}},
-    {"NoEntries", "empty", "dest", kCount + "0\n", 0, {}},
-    {"NotAnArchive", "text", "dest", kCount + "-1\n", 0, {}},
-    {"MissingPackage", "nope", "dest", "archive_read_open_filename failed: 'Failed to open", 0, {}},
-    {"NoSource", "", "dest", "Invalid Argument\n", 0, {}},
-    {"NoDestination", "dots", "", "Invalid Argument\n", 0, {}},
-};
-INSTANTIATE_TEST_SUITE_P(Extractor, BadInputTest, ::testing::ValuesIn(kBadInputs), BadInputName);
-
-TEST_F(ExtractorTest, HardLinksJoinTheirEntryInsideDest) {
-    ASSERT_TRUE(B().dir("d").file("d/a", "same").hardlink("b", "d/a").write(tmp / "pkg", B::Tar));
-    ASSERT_EQ(Extract(tmp / "pkg", tmp / "dest"), 0);
-    struct stat a, b;
-    ASSERT_TRUE(stat((tmp / "dest/d/a").c_str(), &a) == 0 && stat((tmp / "dest/b").c_str(), &b) == 0);
-    EXPECT_TRUE(a.st_ino == b.st_ino && readFile(tmp / "dest/b") == "same");
-}
-
-// Each case unpacks into a fresh, empty dest beside a watched folder that must not change;
-// links in the packages point at it ("watched" from dest's parent, "../watched" from inside).
+// Each case unpacks into a fresh, empty dest beside a watched folder that must not change, in
+// modes no entry gives; links in the packages point at it ("../watched" from inside dest).
 struct ContainmentCase {
     std::string name;
     B::Format format;
     B package;
-    std::string logged; // empty: the package is sound and unpacks to `unpacked`
-    Tree unpacked;
-    std::string text = ""; // a package written as it stands (mtree), instead of `package`
+    std::string logged;    // empty: the package is sound
+    Tree left = {};        // what dest holds afterwards
+    std::string text = ""; // the package as it stands (mtree), instead of `package`
+    friend void PrintTo(const ContainmentCase& c, std::ostream* os) { *os << c.name; }
 };
 
 struct ContainmentTest : ExtractorTest, ::testing::WithParamInterface<ContainmentCase> {
@@ -146,86 +87,64 @@ struct ContainmentTest : ExtractorTest, ::testing::WithParamInterface<Containmen
         ASSERT_EQ(0, mkdir((tmp / "dest").c_str(), 0755));
         ASSERT_EQ(0, chmod((tmp / "dest").c_str(), 0755));
     }
-    // Where a replaced dest would send entries.
-    std::set<std::string> Top() {
-        std::set<std::string> top;
-        for (const auto& [rel, about] : snapshot(tmp.path()))
-            if (rel.find('/') == std::string::npos)
-                top.insert(rel + (about == "/" ? "/" : ""));
-        return top;
-    }
 };
-void PrintTo(const ContainmentCase& c, std::ostream* os) {
-    *os << c.name;
-}
 
 TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
     const ContainmentCase& c = GetParam();
-    ASSERT_TRUE(c.text.empty() ? c.package.write(tmp / "pkg", c.format) : writeFile(tmp / "pkg", c.text));
+    ASSERT_TRUE(c.package.write(tmp / "pkg", c.format));
+    if (!c.text.empty()) {
+        ASSERT_TRUE(writeFile(tmp / "pkg", c.text));
+    }
     const Tree watched = snapshotWithModes(tmp / "watched");
-    const auto top = Top();
-    const int rc = Extract(tmp / "pkg", tmp / "dest");
+    EXPECT_EQ(Extract(tmp / "pkg", tmp / "dest"), c.logged.empty() ? 0 : -1);
     struct stat st;
     ASSERT_EQ(0, lstat((tmp / "dest").c_str(), &st));
     EXPECT_TRUE(S_ISDIR(st.st_mode) && (st.st_mode & 07777) == 0755) << std::oct << st.st_mode;
     EXPECT_EQ(watched, snapshotWithModes(tmp / "watched"));
-    EXPECT_EQ(top, Top());
-    if (c.logged.empty()) {
-        EXPECT_EQ(rc, 0);
-        EXPECT_EQ(snapshot(tmp / "dest"), c.unpacked);
-        return;
-    }
-    EXPECT_EQ(rc, -1);
-    EXPECT_NE(Log().find("[ERROR] extractor: " + c.logged), std::string::npos) << Log();
-    EXPECT_EQ(Log().find("extractor: archive_read_extract2 failed"), std::string::npos) << Log();
+    EXPECT_EQ(snapshot(tmp / "dest"), c.left);
+    EXPECT_EQ(Logged(c.logged), !c.logged.empty()) << readFile(tmp / "log"); // sound: no error at all
 }
 
-ContainmentCase Refused(std::string name, B::Format format, B package, std::string logged) {
-    return {std::move(name), format, std::move(package), std::move(logged) + "\n", {}, ""};
-}
-ContainmentCase Written(std::string name, B::Format format, B package, Tree unpacked) {
-    return {std::move(name), format, std::move(package), "", std::move(unpacked), ""};
-}
 const std::string kReplaces = "Entry would replace the destination folder: ";
-const std::string kNoName = "Entry has an empty name: ''";
+const std::string kThroughLink = "archive_read_extract2 failed: 'Cannot extract through a symbolic link'";
 const std::string kLinkToLink = "Hard link to a symbolic link: 'h'";
-const std::string kMtreeLink = "#mtree\nl type=file mode=0644 link=../watched/key\n";
-std::string Name(const ::testing::TestParamInfo<ContainmentCase>& info) {
-    return info.param.name;
+const Tree kLinkToWatched = {{"s", "-> ../watched"}};
+ContainmentCase Row(std::string name, B::Format format, B package, std::string logged, Tree left = {},
+                    std::string text = "") {
+    return {std::move(name), format, std::move(package), std::move(logged), std::move(left), std::move(text)};
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    NamesOfDestItself, ContainmentTest,
-    ::testing::Values(
-        Refused("TarLinkDot", B::Tar, B().symlink(".", "watched").file("x", "x"), kReplaces + "'.'"),
-        Refused("TarLinkDotSlash", B::Tar, B().symlink("./", "watched").file("x", "x"), kReplaces + "'./'"),
-        Refused("PaxLinkSlashes", B::Pax, B().symlink("//", "watched").file("x", "x"), kReplaces + "'//'"),
-        Refused("TarFileDotSlashDot", B::Tar, B().file("./.", "x"), kReplaces + "'./.'"),
-        Refused("PaxFolderEmpty", B::Pax, B().dir(""), kNoName),
-        Refused("ZipFileDot", B::Zip, B().file(".", "x"), kReplaces + "'.'"),
-        // A GNU static library: its symbol table is named "/".
-        Refused("ArSymbolTable", B::Ar, B().file("/", std::string(4, '\0')).file("a.o", "o"), kReplaces + "'/'")),
-    Name);
-
-INSTANTIATE_TEST_SUITE_P(
-    LinksAndOrder, ContainmentTest,
-    ::testing::Values(
-        // With data, the writer applied the entry's mode through the link: the key became 0644.
-        Refused("PaxHardLinkWithDataToLink", B::Pax, B().symlink("s", "../watched/key").hardlink("h", "s", "data"),
-                kLinkToLink),
-        Refused("TarHardLinkToLinkedFolder", B::Tar, B().symlink("s", "../watched/sub").hardlink("h", "s/"),
-                kLinkToLink),
-        Written("TarFolderOverLink", B::Tar, B().symlink("lnk", "../watched").dir("lnk/").file("lnk/f", "in"),
-                {{"lnk", "/"}, {"lnk/f", "in"}}),
-        Written("ZipFolderOverLinkWithDot", B::Zip, B().symlink("lnk", "../watched").dir("lnk/./", 0700),
-                {{"lnk", "/"}}),
-        Written("PaxFileOverLink", B::Pax, B().symlink("key", "../watched/key").file("key", "mine"), {{"key", "mine"}}),
-        // `tar -C client -cf pkg .` starts with "./"; its mode must not reach dest.
-        Written("TarFolderDotFirst", B::Tar, B().dir("./", 0500).file("./a", "x").dir(".", 0), {{"a", "x"}}),
-        Written("ZipFolderSlash", B::Zip, B().dir("/", 0700).file("a", "x"), {{"a", "x"}}),
-        // The writer makes a link of any entry with a link target; its mode must not go through.
-        ContainmentCase{"MtreeFileWithLinkTarget", B::Tar, B(), "", {{"l", "-> ../watched/key"}}, kMtreeLink}),
-    Name);
+const ContainmentCase kContainment[] = {
+    Row("NoEntries", B::Tar, B(), "Failed to calculate total file numbers, ret: 0"), // so no package
+    // Entries naming dest itself: "." and "" elements drop out of a name.
+    Row("TarLinkDot", B::Tar, B().symlink(".", "watched").file("x", "x"), kReplaces + "'.'"),
+    Row("PaxLinkSlashes", B::Pax, B().symlink("//", "watched").file("x", "x"), kReplaces + "'//'"),
+    Row("PaxFolderEmpty", B::Pax, B().dir(""), "Entry has an empty name: ''"),
+    // A GNU static library: its symbol table is named "/".
+    Row("ArSymbolTable", B::Ar, B().file("/", std::string(4, '\0')).file("a.o", "o"), kReplaces + "'/'"),
+    // `tar -C client -cf pkg .` starts with "./"; its mode must not reach dest.
+    Row("TarFolderDotFirst", B::Tar, B().dir("./", 0500).file("./a", "x").dir(".", 0), "", {{"a", "x"}}),
+    // The first refusal ends the unpack; what came before stays.
+    Row("TarDotDot", B::Tar, B().file("ok", "ok").file("a/../../b", "x").file("c", "c"),
+        "archive_read_extract2 failed: 'Path contains '..''", {{"ok", "ok"}}),
+    // Through a link out of dest, by an entry's name or by a hard link's target.
+    Row("TarFileThroughLink", B::Tar, B().symlink("s", "../watched").file("s/key", "x"), kThroughLink, kLinkToWatched),
+    Row("TarHardLinkThroughLink", B::Tar, B().symlink("s", "../watched").hardlink("h", "s/key"), kThroughLink,
+        kLinkToWatched),
+    // The writer would apply the entry's mode through the link.
+    Row("TarHardLinkToLinkedFolder", B::Tar, B().symlink("s", "../watched/sub").hardlink("h", "s/"), kLinkToLink,
+        {{"s", "-> ../watched/sub"}}),
+    Row("TarHardLinkInsideDest", B::Tar, B().dir("d").file("d/a", "same").hardlink("b", "d/a"), "",
+        {{"d", "/"}, {"d/a", "same"}, {"b", "same"}}),
+    // A link in the way of a folder or a file is replaced, never followed.
+    Row("TarFolderOverLink", B::Tar, B().symlink("lnk", "../watched").dir("lnk/./", 0700).file("lnk/f", "in"), "",
+        {{"lnk", "/"}, {"lnk/f", "in"}}),
+    Row("PaxFileOverLink", B::Pax, B().symlink("key", "../watched/key").file("key", "mine"), "", {{"key", "mine"}}),
+    // The writer makes a link of any entry with a link target; its mode must not go through.
+    Row("MtreeFileWithLinkTarget", B::Tar, B(), "", {{"l", "-> ../watched/key"}},
+        "#mtree\nl type=file mode=0644 link=../watched/key\n"),
+};
+INSTANTIATE_TEST_SUITE_P(Extractor, ContainmentTest, ::testing::ValuesIn(kContainment),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay) {
     ASSERT_TRUE(B().dir("./", 0).file("a", "x").write(tmp / "pkg", B::Tar));
@@ -233,25 +152,26 @@ TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay)
     struct stat made, dest;
     ASSERT_TRUE(stat((tmp / "made").c_str(), &made) == 0 && stat((tmp / "made/dest").c_str(), &dest) == 0);
     EXPECT_EQ(made.st_mode, dest.st_mode);
-    EXPECT_EQ(readFile(tmp / "made/dest/a"), "x");
 }
 
-TEST_F(ExtractorTest, ListPrintsEveryEntryPathInOrderAndStopsQuietlyAtDamage) {
+TEST_F(ExtractorTest, ListPrintsEveryEntryPathInOrder) {
     ASSERT_TRUE(B().dir("d").file("d/a", "alpha").symlink("l", "d/a").write(tmp / "pkg"));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, (Extractor{tmp / "dest", tmp / "pkg", {}}.List()));
+    EXPECT_EQ(-1, (Extractor{"", tmp / "pkg", {}}.List()));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "d/\nd/a\nl\n");
+}
+
+TEST_F(ExtractorTest, ACutPackageListsQuietlyUpToTheCutButFailsToUnpackSayingWhy) {
     ASSERT_TRUE(B().file("a", std::string(2000, 'a')).file("b", "b").write(tmp / "t", B::Tar));
     ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 1536)));
-    const auto list = [&](const std::string& dest, const std::string& src, const std::string& printed) {
-        testing::internal::CaptureStdout();
-        const int rc = Extractor{dest.c_str(), src.c_str(), {}}.List();
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), printed) << src;
-        return rc;
-    };
-    EXPECT_EQ(0, list(tmp / "dest", tmp / "pkg", "d/\nd/a\nl\n"));
-    EXPECT_EQ(0, list(tmp / "dest", tmp / "cut", "a\n"));
-    EXPECT_EQ(-1, list(tmp / "dest", tmp / "missing", ""));
-    EXPECT_EQ(-1, list("", tmp / "pkg", ""));
-    EXPECT_NE(Log().find("archive_read_open_filename failed: 'Failed to open"), std::string::npos) << Log();
-    EXPECT_NE(Log().find("Invalid argument\n"), std::string::npos) << Log();
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, (Extractor{tmp / "dest", tmp / "cut", {}}.List()));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\n");
+    EXPECT_EQ(-1, Extract(tmp / "cut", tmp / "dest"));
+    // The writer copies the data and sees nothing wrong: the reason is on the read side.
+    EXPECT_TRUE(Logged("archive_read_extract2 failed: 'Truncated")) << readFile(tmp / "log");
+    EXPECT_TRUE(reports.empty()); // the entry that failed is not done
 }
 
 // copy_data moves one entry's data blocks, at their offsets, from a reader to a disk writer.
@@ -261,9 +181,9 @@ TEST_F(ExtractorTest, CopyDataWritesTheCurrentEntryWholeOrSaysWhichSideFailed) {
     ASSERT_TRUE(writeFile(tmp / "cut", readFile(tmp / "t").substr(0, 100000)));
     const auto copy = [&](const std::string& src, const std::string& to) {
         archive* reader = archive_read_new();
-        archive_read_support_format_all(reader);
         archive* writer = archive_write_disk_new();
         archive_entry* entry = nullptr;
+        archive_read_support_format_tar(reader);
         int rc = 1;
         if (archive_read_open_filename(reader, src.c_str(), 10240) == ARCHIVE_OK &&
             archive_read_next_header(reader, &entry) == ARCHIVE_OK) {
@@ -278,7 +198,6 @@ TEST_F(ExtractorTest, CopyDataWritesTheCurrentEntryWholeOrSaysWhichSideFailed) {
     EXPECT_EQ(0, copy(tmp / "t", tmp / "whole"));
     EXPECT_EQ(readFile(tmp / "whole"), big);
     EXPECT_EQ(-1, copy(tmp / "cut", tmp / "part"));
+    EXPECT_TRUE(Logged("archive_read_data_block failed: 'Truncated")) << readFile(tmp / "log");
     EXPECT_EQ(-1, Extractor{}.copy_data(nullptr, nullptr));
-    EXPECT_NE(Log().find("[ERROR] extractor: archive_read_data_block failed: 'Truncated"), std::string::npos) << Log();
-    EXPECT_NE(Log().find("[ERROR] extractor: Invalid Argument\n"), std::string::npos) << Log();
 }

@@ -35,7 +35,7 @@ protected:
         MacService().StopService();
         took = steady_clock::now() - start;
         if (status.wait_for(seconds(10)) != std::future_status::ready)
-            kill(pid, SIGKILL); // not reaped, so the pid is still this child's
+            kill(pid, SIGINT); // not reaped, so still this child's; a signal the service never sends
         return status.get();
     }
     ScratchHome home_;
