@@ -113,7 +113,7 @@ TEST_F(BundleTest, CopyStopsAtTheFirstChildItCannotWriteAndSaysWhich) {
 }
 
 const auto V = [](const std::string& build) { return "[Version]\nbuild_version=" + build + "\n"; };
-// A serialised list claiming more elements than memory holds: Qt throws while loading it.
+// A serialised list claiming more elements than memory holds, which Qt would throw on.
 const std::string kImpossible = "[Version\n=@Variant(\\0\\0\\0\\xbr]\xb0)";
 // A serialised pen, which Qt's own reader can crash on, spelt with each way of writing its '@'
 // and its zero bytes: as they are, or as hexadecimal or octal escapes.
