@@ -11,7 +11,7 @@ function(velmora_add_test name)
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE velmora::options GTest::gtest GTest::gtest_main ${ARG_LIBS})
     set(env LANG=C.UTF-8 LC_ALL=C.UTF-8 QT_QPA_PLATFORM=offscreen
-        LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/testsupport/lsan.supp ${ARG_ENV})
+        LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/sanitizers/lsan.supp ${ARG_ENV})
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${CMAKE_COMMAND};-E;env;${env}")
     set(properties)
     if(ARG_LABELS)

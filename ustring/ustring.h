@@ -24,19 +24,36 @@ public:
     ustring(char c);
     ~ustring();
 
+    // The buffer management below is public on purpose: it is part of the type's documented
+    // interface, and the capacity rule is tested through it.
+    // Empties the string and resizes both buffers to 4 elements; every constructor runs it first.
     void init();
+    // Empties both views and keeps both allocations; the next operation that computes a need
+    // may shrink them.
     void clear();
+    // Empties the UTF-8 text only; the UTF-16 view is left as it was, so the two disagree until
+    // the caller rebuilds or resets the view.
     void clear_data();
+    // Marks the UTF-16 view unbuilt; the next c_str_utf16() rebuilds it from the UTF-8 text.
     void clear_wdata() const;
     // Apply the capacity rule for a need of n elements, the NUL included; when that reallocates
     // below the text, the text is cut to fit. A need of 0 asks for nothing and keeps the string.
     void realloc_data(unsigned long n);
     void realloc_wdata(unsigned long n) const;
+    // Rebuilds the UTF-16 view from the UTF-8 text. -1 on ill-formed UTF-8, with a warning on
+    // standard error: the view is then empty and the UTF-8 text kept.
     int convert_from_data() const;
+    // Rebuilds the UTF-8 text from the UTF-16 view. -1 on ill-formed UTF-16 (an unpaired
+    // surrogate), with a warning on standard error: the whole string is then empty, on purpose,
+    // rather than half converted.
     int convert_from_wdata();
 
+    // Throws std::out_of_range when pos > s.size(), leaving the target empty; a self-assignment
+    // takes the substring first and so keeps the target when it throws.
     ustring& assign(const ustring& s, unsigned long pos = 0, unsigned long n = npos);
+    // s equal to c_str() keeps the string as it is.
     ustring& assign(const char* s);
+    // s equal to c_str() cuts the string to its first n bytes.
     ustring& assign(const char* s, unsigned long n);
     ustring& assign(const unsigned short* s);
     ustring& assign(const unsigned short* s, unsigned long n);
@@ -51,11 +68,15 @@ public:
     ustring& operator=(char c);
     ustring& operator=(unsigned short u);
 
+    // s equal to c_str() appends the string to itself.
     ustring& append(const char* s);
     ustring& append(const char* s, unsigned long n);
+    // The UTF-16 appends rebuild the UTF-8 text from the whole view: appended to ill-formed UTF-8
+    // text, only the appended units are left (the old bytes cannot be converted).
     ustring& append(const unsigned short* s);
     ustring& append(const unsigned short* s, unsigned long n);
     ustring& append(const ustring& s, unsigned long pos = 0, unsigned long n = npos);
+    // Stops at the first NUL of s, like the const char* forms.
     ustring& append(const std::string& s, unsigned long pos = 0, unsigned long n = npos);
     ustring& append(char c, unsigned long n);
     ustring& append(unsigned short u, unsigned long n);
@@ -69,13 +90,19 @@ public:
 
     const char* c_str() const { return data; }
     const char* c_str_utf8() const { return data; }
+    // Builds the view when it is unbuilt; the empty text (and a warning) for ill-formed UTF-8.
     const unsigned short* c_str_utf16() const;
     unsigned long length() const { return data_len; }
     unsigned long size() const { return data_len; }
     bool empty() const { return data_len == 0; }
+    // Unchecked. A byte written through the reference does not reset a UTF-16 view built before.
     char& operator[](unsigned long i) { return data[i]; }
     const char& operator[](unsigned long i) const { return data[i]; }
+    // Throws std::out_of_range ("substr") when pos > size(); may cut a UTF-8 sequence in two.
     ustring substr(unsigned long pos = 0, unsigned long n = npos) const;
+
+    // The searches work on bytes; a needle or set ends at its first NUL, so a char NUL is the
+    // empty needle. rfind only reports a match that lies wholly inside the text.
 
     unsigned long find(const std::string& s, unsigned long pos = 0) const;
     unsigned long find(const char* s, unsigned long pos = 0) const;
@@ -104,6 +131,8 @@ public:
 
     void swap(ustring& o);
     void replace(char from, char to);
+    // The set is a set of bytes: a multi-byte character in it removes each of its bytes alone.
+    // Nothing to remove keeps the string untouched, its UTF-16 view included.
     void ltrim(const char* set);
     void ltrim(const ustring& set);
     void rtrim(const char* set);
@@ -111,10 +140,15 @@ public:
     void trim(const char* set);
     void trim(const ustring& set);
 
+    // The difference of the first differing bytes (unsigned), 0 when equal: code point order.
     int compare(const ustring& o) const;
     int compare(const ustring& o, unsigned long n) const;
+    // ignore_case folds ASCII letters only, on purpose (no locale, no Unicode case tables): 'É'
+    // and 'é' stay different.
     static int compare(const ustring& a, const ustring& b, bool ignore_case);
+    // False only for ill-formed UTF-8 (ICU's invalid-character code); the empty text is valid.
     static bool is_valid(const ustring& s);
+    // The empty string when the text is ill-formed or ICU fails (with a warning on standard error).
     ustring normalize(normalization_form f) const;
     static ustring normalize(const ustring& s, normalization_form f);
 
@@ -141,6 +175,7 @@ bool operator<=(const ustring& a, const ustring& b);
 bool operator>=(const ustring& a, const ustring& b);
 
 std::ostream& operator<<(std::ostream& os, const ustring& s);
+// Reads one whitespace-delimited word, as the std::string extraction does.
 std::istream& operator>>(std::istream& is, ustring& s);
 
 void swap(ustring& a, ustring& b);

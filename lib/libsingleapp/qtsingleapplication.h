@@ -12,12 +12,14 @@ class QLockFile;
 // crashed never blocks the next start.
 class QtSingleApplication : public QApplication {
 public:
-    // A Qt 5 QApplication always has a graphical interface, so GUIenabled only documents the
-    // caller's intent.
+    // Takes the instance when it is free. GUIenabled is ignored on purpose: a Qt 5 QApplication
+    // always has a graphical interface, so the flag only documents the caller's intent.
     QtSingleApplication(int& argc, char** argv, bool GUIenabled = true);
     ~QtSingleApplication() override;
 
-    // True when another process of this executable, run by this user, holds the instance.
+    // True when another live process of this executable (same path), run by this user, holds
+    // the instance. A lock that cannot be created (a folder we cannot write) answers false on
+    // purpose: no reason to keep the user from the client.
     bool isRunning() const;
 
 private:

@@ -9,8 +9,12 @@
 class Notify_Adapter : public QObject {
     Q_OBJECT
 public:
+    // The one adapter, built at the first call; the thread of that call owns it, so make the
+    // first call on the interface thread. Never deleted: it lives until the process exits.
     static Notify_Adapter* GetInstance();
 
+    // Both only emit the matching signal, from any thread; they check nothing (a total of 0
+    // reaches the receivers as it is).
     void UpdateProgress(int total, int current);
     void UpdateDialogText(QString text);
 

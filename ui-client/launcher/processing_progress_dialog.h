@@ -8,6 +8,10 @@
 class ProcessingProgressDialog : public QProgressDialog {
     Q_OBJECT
 public:
+    // Title, label, icon and size of the moment of construction, so install the translator
+    // first. The icon is read from the bundle on disk; a missing file means no icon, not an
+    // error. Built hidden; Qt's minimum duration is left at 4 s on purpose, so the dialog may
+    // show itself that long after construction even if nobody asks it to.
     ProcessingProgressDialog();
     ~ProcessingProgressDialog() override;
 };

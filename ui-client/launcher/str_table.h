@@ -9,10 +9,18 @@ class StrTable {
 public:
     enum { kRowCount = 471 };
 
+    // Fills both tables; calling it again stores the same rows again.
     static void InitStrTable();
+    // The row's text in the installed translation, else its English text, with the escapes "\n"
+    // and "\t" of translation files turned into a line break and a tab. Empty before
+    // InitStrTable and for an id outside 0..470. Safe from any thread once the table is filled.
     static QString LoadStr(int id);
+    // The id of the row whose key equals key, ignoring ASCII and Latin-1 letter case; -1 when
+    // there is none, and before InitStrTable.
     static int LookupStrID(QString key);
 
+private:
+    // Pointers to compiled-in texts, null until InitStrTable: the table owns no memory.
     static const char* ktab[kRowCount];
     static const char* stab[kRowCount];
 };

@@ -14,11 +14,16 @@ class Service;
 class Worker : public QObject {
     Q_OBJECT
 public:
+    // Creates the service and the (not yet started) thread, and moves itself onto that thread.
     Worker();
+    // Lets a run still in progress finish and joins the thread before deleting it and the
+    // service: stopping mid-upgrade could leave the per-user copy half unpacked.
     ~Worker() override;
 
     void StartThread();
+    // Takes effect once the slot running on the thread has returned.
     void QuitThread();
+    // Waits without a time limit.
     void JoinThread();
 
 signals:
@@ -28,11 +33,14 @@ signals:
     void sigSetLabelText(const QString& text);
 
 private slots:
+    // The one service run: shows the dialog only when an upgrade is needed, and opens the client
+    // and emits sigServiceDone (its last step) in every case, also after a failed upgrade.
     void HandleServicce();
 
 private:
-    // The Launcher starts and joins the thread itself and connects its start signal to the
-    // private slot.
+    // The Launcher is this class's one owner and part of the same design: its Run and LaunchDone
+    // act on m_thread directly (they do what StartThread, QuitThread and JoinThread do), and it
+    // connects its start signal to the private slot, which nobody else may call.
     friend class Launcher;
 
     HandlerThread* m_thread;

@@ -4,13 +4,60 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLockFile>
+#include <cerrno>
 #include <cstdlib>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "qtsingleapplication.h"
 #include "temp_dir.h"
 
 namespace {
+
+// A second start of this very executable: with VELMORA_SINGLEAPP_PROBE set, the process builds
+// its application object before the tests run and exits with what isRunning() answered (10 for
+// true, 11 for false), as the launcher's main would decide.
+[[maybe_unused]] const int kProbeExit = [] {
+    if (!getenv("VELMORA_SINGLEAPP_PROBE"))
+        return 0;
+    static int argc = 1;
+    static char* argv[] = {program_invocation_name, nullptr};
+    const bool running = QtSingleApplication(argc, argv, true).isRunning();
+    _exit(running ? 10 : 11);
+}();
+
+// Runs that second start and returns its exit code (-1 when it did not exit normally).
+int SecondStartExit() {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        setenv("VELMORA_SINGLEAPP_PROBE", "1", 1);
+        execl("/proc/self/exe", program_invocation_name, static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    if (pid < 0 || waitpid(pid, &status, 0) != pid || !WIFEXITED(status))
+        return -1;
+    return WEXITSTATUS(status);
+}
+
+// Only one launcher per user: while one holds the instance a second start is told so, and once
+// it is gone (its lock released) the next start runs.
+TEST(SingleApp, ASecondStartOfTheSameExecutableSeesTheFirstUntilItEnds) {
+    testsupport::ScratchHome home;
+    testsupport::TempDir runtime;
+    setenv("XDG_RUNTIME_DIR", runtime.path().c_str(), 1);
+    ASSERT_EQ(0, chmod(runtime.path().c_str(), 0700)); // Qt refuses a runtime folder others can enter
+    int argc = 1;
+    char* argv[] = {program_invocation_name, nullptr};
+    {
+        QtSingleApplication first(argc, argv, true);
+        ASSERT_FALSE(first.isRunning());
+        EXPECT_EQ(10, SecondStartExit()) << "the second start must see the first";
+    }
+    EXPECT_EQ(11, SecondStartExit()) << "the lock must go with the first";
+    unsetenv("XDG_RUNTIME_DIR");
+}
 
 // Without a per-user runtime folder, the lock must not live where another local user can take its
 // name first: the shared temporary folder. A lock held there by a live process, under the name this

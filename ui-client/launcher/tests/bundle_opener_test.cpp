@@ -8,8 +8,9 @@
 #include <thread>
 #include <unistd.h>
 
+#include "eventually.h"
 #include "file_tree.h"
-#include "log.h"
+#include "log_capture.h"
 #include "platform/bundle_opener.h"
 #include "temp_dir.h"
 
@@ -18,25 +19,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-template <class Condition> bool Eventually(Condition condition) {
-    for (int i = 0; i < 100 && !condition(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    return condition();
-}
-
 class BundleOpenerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        writeFile(tmp_ / "debug", "service_debug=7\n");
-        Logger::Initialize(Logger::TYPE_FILE, (tmp_ / "log").c_str(), (tmp_ / "debug").c_str(), 50);
-    }
-    void TearDown() override { Logger::Destroy(); }
-
-    std::string Log() const { return readFile(tmp_ / "log"); }
-    bool Logged(const std::string& text) const { return Log().find(text) != std::string::npos; }
+    std::string Log() const { return log_.Text(); }
+    bool Logged(const std::string& text) const { return log_.Logged(text); }
     static bool Open(const std::string& path) { return bundleopener::OpenUrl(QUrl::fromLocalFile(path.c_str())); }
 
     TempDir tmp_;
+    LogCapture log_{tmp_ / "log", "service_debug=7\n"};
     const std::string bundle_ = tmp_ / "apps/Velmora.app", exe_ = bundle_ + "/Contents/MacOS/cloud-ui";
 };
 

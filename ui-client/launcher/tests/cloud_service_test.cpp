@@ -4,7 +4,7 @@
 
 #include "archive_builder.h"
 #include "file_tree.h"
-#include "log.h"
+#include "log_capture.h"
 #include "mac/mac-service.h"
 #include "temp_dir.h"
 
@@ -19,11 +19,8 @@ protected:
     void SetUp() override {
         fs::remove_all(contents_ + "/Resources");
         fs::create_directories(contents_ + "/Resources/package");
-        writeFile(logs_ / "debug", "service_debug=7\n");
-        Logger::Initialize(Logger::TYPE_FILE, (logs_ / "log").c_str(), (logs_ / "debug").c_str(), 50);
     }
-    void TearDown() override { Logger::Destroy(); }
-    bool Logged(const std::string& text) const { return readFile(logs_ / "log").find(text) != std::string::npos; }
+    bool Logged(const std::string& text) const { return log_.Logged(text); }
     std::string App() const { return home_.path() + "/.Velmora/Velmora.app"; }
     std::string Home(const std::string& rel) const { return home_.path() + "/" + rel; }
     void WriteOldInstall() {
@@ -36,6 +33,7 @@ protected:
     const std::string contents_ = fs::read_symlink("/proc/self/exe").parent_path().parent_path().string();
     ScratchHome home_;
     TempDir logs_;
+    LogCapture log_{logs_ / "log", "service_debug=7\n"};
 };
 
 TEST_F(BundleTest, FailsWithoutAPackageAndKeepsWhatTheUnpackLeft) {

@@ -7,7 +7,7 @@
 #include "archive_builder.h"
 #include "extractor.h"
 #include "file_tree.h"
-#include "log.h"
+#include "log_capture.h"
 #include "notify_adapter.h"
 #include "str_table.h"
 #include "temp_dir.h"
@@ -19,13 +19,12 @@ using B = ArchiveBuilder;
 struct ExtractorTest : ::testing::Test {
     void SetUp() override {
         StrTable::InitStrTable();
-        ASSERT_TRUE(Logger::Initialize(Logger::TYPE_FILE, (tmp / "log").c_str(), "", 50) == 0);
+        ASSERT_TRUE(log.Started());
         QObject::connect(Notify_Adapter::GetInstance(), &Notify_Adapter::sigUpdateProgress, &rx,
                          [this](int total, int current) { reports.emplace_back(total, current); });
         QObject::connect(Notify_Adapter::GetInstance(), &Notify_Adapter::sigUpdateDialogText, &rx,
                          [this](const QString& text) { labels << text; });
     }
-    void TearDown() override { Logger::Destroy(); }
     // An error line, matched without the source line numbers, which may move.
     bool Logged(const std::string& text) const {
         const std::string log = std::regex_replace(readFile(tmp / "log"), std::regex("\\(\\d+\\)"), "");
@@ -34,6 +33,7 @@ struct ExtractorTest : ::testing::Test {
     int Extract(const std::string& src, const std::string& dest) { return Extractor{dest, src, {}}.Extract(); }
 
     TempDir tmp;
+    LogCapture log{tmp / "log"};
     QObject rx; // ends the connections with the test
     std::vector<std::pair<int, int>> reports;
     QStringList labels;

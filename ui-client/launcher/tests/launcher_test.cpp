@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "file_tree.h"
+#include "gui_application.h"
 #include "launcher.h"
 #include "notify_adapter.h"
 #include "processing_progress_dialog.h"
@@ -32,10 +33,7 @@ public slots:
 
 protected:
     void SetUp() override {
-        static int argc = 1;
-        static char* argv[] = {const_cast<char*>("launcher_test"), nullptr};
-        // Never destroyed: the offscreen platform plugin would leak its screen at teardown.
-        [[maybe_unused]] static QApplication* app = new QApplication(argc, argv);
+        GuiApplication();
         StrTable::InitStrTable();
         QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open");
     }

@@ -27,12 +27,6 @@ using testsupport::writeFile;
 
 namespace e2e {
 
-bool Eventually(const std::function<bool()>& condition) {
-    for (int i = 0; i < 600 && !condition(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    return condition();
-}
-
 std::string Diff(const Tree& got, const Tree& want) {
     std::vector<std::string> found;
     for (const auto& [path, content] : want) {

@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include "eventually.h"
 #include "temp_dir.h"
 
 namespace e2e {
@@ -100,7 +101,6 @@ using Tree = std::map<std::string, std::string>;
 // Names up to five paths where two snapshots differ; empty when they are the same.
 std::string Diff(const Tree& got, const Tree& want);
 
-// A guard against hangs, not a speed target.
-bool Eventually(const std::function<bool()>& condition);
+using testsupport::Eventually;
 
 } // namespace e2e
