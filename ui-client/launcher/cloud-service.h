@@ -13,6 +13,8 @@ public:
 
     // Ends the running client interface so its folder can be replaced.
     virtual void StopService() = 0;
+    // Stores a timeout in milliseconds (the macOS service sets 10000). Nothing reads it: the
+    // stop of the client keeps its own fixed five one-second probes.
     virtual void SetTimeout(int timeout);
     // 0 when the per-user copy was refreshed; negative when the old copy (if any) was kept.
     virtual int HandlePackageUpgrade() = 0;
@@ -30,7 +32,9 @@ public:
     // 0 on success; -1 on failure, with the old copy moved back (or left under its backup name).
     virtual int PrepareUserEnv();
 
-    // Copies a file or a folder tree: 0, or -1 at the first failure (what was copied stays).
+    // Copies a file or a folder tree: 0, or -1 at the first failure (what was copied stays). A
+    // folder that cannot be listed counts as copied (0, a warning) and stays empty at dst; a
+    // read error part-way through a listing ends that folder's copy without failing it.
     int FSCopyPath(const ustring& src, const ustring& dst);
     // Deletes the application folder of the older layout, ~/.Velmora/app.
     void RemoveAgedFolders();

@@ -17,6 +17,8 @@ public:
     int HandlePackageUpgrade() override;
     void PostUpgrade() override;
     void PreUpgrade() override;
+    // Whether the per-user copy must be refreshed. When it need not be, it also removes the
+    // backups a killed run left behind, once the current copy is durable.
     bool IsNeedUpgrade() override;
 
     void LoadSourceVerInfo();
