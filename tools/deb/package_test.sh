@@ -59,6 +59,8 @@ debs=("$work"/out/velmora_*_amd64.deb)
 deb=${debs[0]}
 echo "   $(basename "$deb"), Depends: $(dpkg-deb -f "$deb" Depends)"
 dpkg-deb -f "$deb" Depends | grep -q libqt5widgets5 || fail "Depends does not name the Qt libraries the launcher links"
+dpkg-deb -f "$deb" Depends | grep -q libqt5waylandclient5 ||
+    fail "Depends does not name the Qt Wayland library the bundle's wayland platform links"
 
 echo "== lintian"
 lint_rc=0

@@ -51,6 +51,12 @@ bool CanStart(const QString& name, const SessionPlatform::Session& session, cons
     return true;
 }
 
+// A connection to the X display, null when no server accepts one.
+std::shared_ptr<xcb_connection_t> ConnectX(const QString& display) {
+    std::shared_ptr<xcb_connection_t> connection(xcb_connect(display.toUtf8().constData(), nullptr), xcb_disconnect);
+    return xcb_connection_has_error(connection.get()) == 0 ? connection : nullptr;
+}
+
 } // namespace
 
 SessionPlatform SessionPlatform::Choose(const Session& session, const Probes& probes) {
@@ -92,9 +98,12 @@ SessionPlatform SessionPlatform::Choose(const Session& session, const Probes& pr
 SessionPlatform SessionPlatform::ChooseForThisSession(const QString& pluginDir) {
     const Session session{qEnvironmentVariable("QT_QPA_PLATFORM"), qEnvironmentVariable("DISPLAY"),
                           qEnvironmentVariable("WAYLAND_DISPLAY"), qEnvironmentVariable("XDG_RUNTIME_DIR")};
+    std::shared_ptr<xcb_connection_t> x;
     const Probes probes{[&](const QString& platform) { return BundleHas(pluginDir, platform); }, WaylandAnswers,
-                        XAnswers};
-    const SessionPlatform choice = Choose(session, probes);
+                        [&](const QString& display) { return (x = ConnectX(display)) != nullptr; }};
+    SessionPlatform choice = Choose(session, probes);
+    if (NameOf(choice.platform_) == QLatin1String("xcb"))
+        choice.x_ = x;
     // Unset, Qt loads xcb itself; a list is cut down to the entry that can start.
     if (!(session.asked.isEmpty() && choice.asAsked_))
         qputenv("QT_QPA_PLATFORM", choice.platform_.toUtf8());
@@ -126,10 +135,7 @@ bool SessionPlatform::WaylandAnswers(const QString& socket) {
 }
 
 bool SessionPlatform::XAnswers(const QString& display) {
-    xcb_connection_t* connection = xcb_connect(display.toUtf8().constData(), nullptr);
-    const bool answers = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return answers;
+    return ConnectX(display) != nullptr;
 }
 
 bool SessionPlatform::BundleHas(const QString& pluginDir, const QString& platform) {

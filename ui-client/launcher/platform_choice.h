@@ -4,6 +4,9 @@
 #include <QStringList>
 
 #include <functional>
+#include <memory>
+
+struct xcb_connection_t;
 
 // The Qt platform the launcher starts on in this session. Qt ends the whole process with an abort
 // when the platform it is asked for has no plugin in the bundle or cannot reach its display, yet
@@ -58,4 +61,8 @@ private:
     QString platform_; // a platform name with its arguments, as QT_QPA_PLATFORM takes it
     bool asAsked_ = true;
     QString why_;
+    // The probe's X connection, kept while this object lives (main keeps it to the end): an X
+    // server whose last client leaves resets itself, and Qt's own connect right after the probe
+    // then waited 50 ms for Xvfb to come back.
+    std::shared_ptr<xcb_connection_t> x_;
 };
