@@ -122,8 +122,9 @@ bool SessionPlatform::WaylandAnswers(const QString& socket) {
     struct stat st;
     sockaddr_un addr{};
     addr.sun_family = AF_UNIX;
-    // A leftover socket file with nobody listening, or a plain file of that name, is no compositor.
-    if (lstat(path.constData(), &st) != 0 || !S_ISSOCK(st.st_mode) || size_t(path.size()) >= sizeof(addr.sun_path))
+    // A leftover socket file with nobody listening, or a plain file of that name, is no compositor;
+    // a link to a live socket is one, as the client library sees it.
+    if (stat(path.constData(), &st) != 0 || !S_ISSOCK(st.st_mode) || size_t(path.size()) >= sizeof(addr.sun_path))
         return false;
     memcpy(addr.sun_path, path.constData(), size_t(path.size()));
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
