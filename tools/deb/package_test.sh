@@ -59,6 +59,8 @@ debs=("$work"/out/velmora_*_amd64.deb)
 deb=${debs[0]}
 echo "   $(basename "$deb"), Depends: $(dpkg-deb -f "$deb" Depends)"
 dpkg-deb -f "$deb" Depends | grep -q libqt5widgets5 || fail "Depends does not name the Qt libraries the launcher links"
+dpkg-deb -f "$deb" Depends | grep -q libqt5waylandclient5 ||
+    fail "Depends does not name the Qt Wayland library the bundle's wayland platform links"
 
 echo "== lintian"
 lint_rc=0
@@ -74,9 +76,16 @@ installed=1
 dpkg -i "$deb" >"$work/dpkg.log" 2>&1 || { cat "$work/dpkg.log"; fail "dpkg -i failed"; }
 dpkg -L velmora | sort >"$work/files"
 for f in /opt/velmora/Velmora.app/Contents/MacOS/launcher /opt/velmora/Velmora.app/Contents/Resources/package/velmora.hpk \
-    /usr/share/applications/velmora.desktop /usr/share/icons/hicolor/72x72/apps/velmora.png; do
+    /usr/share/applications/velmora.desktop /usr/share/icons/hicolor/scalable/apps/velmora.svg; do
     [[ -f $f ]] || fail "$f is not installed"
 done
+# Each size a desktop looks for, drawn at that size (a stretched 72-pixel one would be blurry).
+for size in 16 24 32 48 64 128 256; do
+    icon=/usr/share/icons/hicolor/${size}x$size/apps/velmora.png
+    [[ -f $icon ]] || fail "$icon is not installed"
+    [[ $(identify -format '%wx%h' "$icon") == "${size}x$size" ]] || fail "$icon is not $size pixels square"
+done
+echo "   icons: $(cd /usr/share/icons/hicolor && echo */apps/velmora.*)"
 [[ $(readlink -f /usr/bin/velmora) == /opt/velmora/Velmora.app/Contents/MacOS/launcher ]] ||
     fail "/usr/bin/velmora does not lead to the bundle's launcher"
 desktop-file-validate /usr/share/applications/velmora.desktop || fail "the desktop entry is not valid"
@@ -134,6 +143,8 @@ while read -r f; do
     [[ $f == /opt/velmora* && -e $f ]] && left+=("$f")
 done <"$work/files"
 [[ ${#left[@]} -eq 0 ]] || fail "dpkg -r left: ${left[*]}"
+icons_left=$(compgen -G '/usr/share/icons/hicolor/*/apps/velmora.*' || true)
+[[ -z $icons_left ]] || fail "dpkg -r left icons: $icons_left"
 [[ $before == "$(cd "$home" && find .Velmora -printf '%p %s %m %U\n' | sort)" ]] ||
     fail "removing the package touched the user's ~/.Velmora"
 echo "== the package installs, starts the client from its menu entry and removes cleanly"

@@ -14,6 +14,7 @@
 #include "log.h"
 #include "orvane_locale.h"
 #include "platform/bundle_opener.h"
+#include "platform_choice.h"
 #include "qtsingleapplication.h"
 #include "str_table.h"
 #include "ustring.h"
@@ -48,6 +49,8 @@ int main(int argc, char* argv[]) {
     QCoreApplication::setLibraryPaths(QStringList(pluginPath));
     printf("lib path = '%s'\n", pluginPath.toUtf8().constData());
     fflush(stdout);
+    // Qt aborts when its platform cannot start; the upgrade and the client do not need a window.
+    const SessionPlatform platform = SessionPlatform::ChooseForThisSession(pluginPath);
 
     QtSingleApplication app(argc, argv, true);
     // Before the worker runs: it opens the per-user client through the desktop services.
@@ -58,6 +61,7 @@ int main(int argc, char* argv[]) {
     // The log is opened before the single-instance check so that a second start leaves a trace.
     if (QDir().mkpath(QString::fromUtf8(logDir.c_str())))
         Logger::Initialize(Logger::TYPE_FILE, logDir + "/launcher.log", debugPath, 50);
+    platform.Log();
 
     if (app.isRunning()) {
         Logger::LogMsg(Logger::LEVEL_DEBUG, "launcher_debug", "[DEBUG] main(%d): app has already launched, return\n",

@@ -164,14 +164,21 @@ void Scene::Install(const std::string& client_dir) {
 }
 
 pid_t Scene::Start(const std::vector<std::string>& argv, const std::vector<std::string>& extra_env) {
-    std::vector<std::string> env = user_env_;
-    for (char** e = environ; *e; ++e) {
-        const std::string entry = *e, name = entry.substr(0, entry.find('=') + 1);
-        if (std::none_of(user_env_.begin(), user_env_.end(),
-                         [&](const std::string& v) { return v.rfind(name, 0) == 0; }))
+    // The extra variables win over the scene's, which win over the tests' own.
+    const auto nameOf = [](const std::string& entry) { return entry.substr(0, entry.find('=')) + "="; };
+    const auto setBy = [&](const std::vector<std::string>& list, const std::string& entry) {
+        return std::any_of(list.begin(), list.end(), [&](const std::string& v) { return nameOf(v) == nameOf(entry); });
+    };
+    std::vector<std::string> env;
+    for (const std::string& entry : user_env_)
+        if (!setBy(extra_env, entry))
             env.push_back(entry);
-    }
-    env.insert(env.end(), extra_env.begin(), extra_env.end());
+    for (char** e = environ; *e; ++e)
+        if (!setBy(user_env_, *e) && !setBy(extra_env, *e))
+            env.push_back(*e);
+    for (const std::string& entry : extra_env)
+        if (entry.find('=') != std::string::npos)
+            env.push_back(entry);
     std::vector<char*> envp, args;
     for (std::string& e : env)
         envp.push_back(e.data());

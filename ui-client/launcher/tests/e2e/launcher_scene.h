@@ -55,7 +55,8 @@ public:
         std::string output;  // what it wrote to standard output and error
     };
     // Starts a program in the scene's environment, as the scene's user, its output going to a
-    // file of the scene's; 0 when it cannot start.
+    // file of the scene's; 0 when it cannot start. extra_env replaces variables of the same name,
+    // and a bare NAME in it leaves NAME out.
     pid_t Start(const std::vector<std::string>& argv, const std::vector<std::string>& extra_env = {});
     // Waits for a program started above to end, or to stop at its crash point.
     Exit Wait(pid_t pid);
