@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <archive.h>
 #include <archive_entry.h>
+#include <clocale>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sys/stat.h>
@@ -166,6 +168,46 @@ const ContainmentCase kContainment[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Extractor, ContainmentTest, ::testing::ValuesIn(kContainment),
                          [](const auto& info) { return info.param.name; });
+
+// velmora-pack and the launcher, each in the locale given, carry non-ASCII names (and a link
+// naming one) from a client bundle into the copy byte for byte; the C locale knows no charset
+// but ASCII.
+struct RoundTripCase {
+    const char* name;
+    const char* pack_locale;
+    const char* unpack_locale;
+    const char* format;
+    friend void PrintTo(const RoundTripCase& c, std::ostream* os) { *os << c.name; }
+};
+struct RoundTripTest : ExtractorTest, ::testing::WithParamInterface<RoundTripCase> {
+    void TearDown() override {
+        setlocale(LC_ALL, "C");
+        ExtractorTest::TearDown();
+    }
+};
+
+TEST_P(RoundTripTest, PackedNonAsciiNamesUnpackByteForByte) {
+    const std::string resume = "R\xc3\xa9sum\xc3\xa9", japanese = resume + "/\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e.txt";
+    ASSERT_TRUE(writeFile(tmp / "bundle/Contents/MacOS/cloud-ui", "#!/bin/sh\n") &&
+                writeFile(tmp / "bundle/Contents/Resources/INFO", "[Version]\n") &&
+                writeFile(tmp / ("bundle/" + japanese), "nihongo"));
+    ASSERT_EQ(0, symlink(japanese.c_str(), (tmp / ("bundle/" + resume + "-link")).c_str()));
+    const std::string pack = std::string("LC_ALL=") + GetParam().pack_locale + " '" + VELMORA_PACK + "' --format " +
+                             GetParam().format + " '" + (tmp / "bundle") + "' '" + (tmp / "pkg") + "'";
+    ASSERT_EQ(0, std::system(pack.c_str())) << pack;
+    ASSERT_TRUE(setlocale(LC_ALL, GetParam().unpack_locale)) << GetParam().unpack_locale;
+    EXPECT_EQ(0, Extract(tmp / "pkg", tmp / "dest")) << readFile(tmp / "log");
+    EXPECT_EQ(snapshot(tmp / "dest"), snapshot(tmp / "bundle"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Extractor, RoundTripTest,
+                         ::testing::Values(RoundTripCase{"TarZstdInUtf8", "C.UTF-8", "C.UTF-8", "tar.zst"},
+                                           RoundTripCase{"TarZstdInC", "C", "C", "tar.zst"},
+                                           RoundTripCase{"TarZstdFromUtf8IntoC", "C.UTF-8", "C", "tar.zst"},
+                                           RoundTripCase{"TarGzInC", "C", "C", "tar.gz"},
+                                           RoundTripCase{"ZipInUtf8", "C.UTF-8", "C.UTF-8", "zip"},
+                                           RoundTripCase{"ZipInC", "C", "C", "zip"}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay) {
     ASSERT_TRUE(B().dir("./", 0).file("a", "x").write(tmp / "pkg", B::Tar));
