@@ -140,8 +140,8 @@ private:
 };
 
 // Names are stored as raw bytes, and marked so where the format has a mark: pax's "BINARY"
-// header charset, which its reader also takes as is in any locale. Zip is told the names are
-// UTF-8, which sets its flag for them.
+// header charset, which its reader also takes as is in any locale. Zip stores them as they are
+// and flags them UTF-8 when the locale's charset is.
 bool setFormat(archive* a, const std::string& format) {
     if (format == "zip")
         return archive_write_set_format_zip(a) == ARCHIVE_OK;
@@ -155,8 +155,8 @@ bool setFormat(archive* a, const std::string& format) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // The environment's locale, so that libarchive's messages and any conversion it still
-    // makes follow the user's charset rather than plain ASCII.
+    // The environment's locale, for libarchive's messages and zip's UTF-8 flag; names are
+    // stored as bytes whatever it is.
     setlocale(LC_ALL, "");
     // zstd decodes in about half the time of gzip at the same size, and the unpack waits on it.
     std::string format = "tar.zst";

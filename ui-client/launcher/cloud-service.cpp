@@ -183,8 +183,8 @@ int Service::PrepareUserEnv() {
         Logger::LogMsg(Logger::LEVEL_INFO, kComponent,
                        "[INFO] cloud-service(%d): user installation is ready, removing backup app\n", __LINE__);
         // Lower numbers are leftovers of killed runs that blocked the earlier attempts; number 0
-        // may be one even when there was nothing to back up this time.
-        // A backup that stays would pile up with every upgrade until no name is left.
+        // may be one even when there was nothing to back up this time. A backup that stays
+        // piles up with the next ones until no name is left, so a failure is logged.
         for (int n = 0; n <= attempt; ++n) {
             const ustring backup = GetAppBackupDir(app_path, n);
             if (FSRemove(backup, false) != 0)
