@@ -68,8 +68,9 @@ int main(int argc, char** argv) {
     if (!ArchiveBuilder().file("only", "one entry").write(out + "/extractor_fuzz/one.tar", ArchiveBuilder::Tar))
         return 1;
 
-    // Names that mean dest itself, links where a folder or a hard link goes, and a hard link with
-    // data to a link out of dest: every shape that once reached past dest, for the fuzzer to vary.
+    // Names that mean dest itself, links where a folder or a hard link goes, a hard link with data
+    // to a link out of dest, and a folder that climbs out onto a link: every shape that once
+    // reached past dest, for the fuzzer to vary. FIFOs and devices are in corpus/ (mtree).
     const std::tuple<const char*, ArchiveBuilder::Format, ArchiveBuilder> hostile[] = {
         {"dot-link.tar", ArchiveBuilder::Tar, ArchiveBuilder().symlink(".", "..").file("planted", "x")},
         {"dot-link.zip", ArchiveBuilder::Zip, ArchiveBuilder().symlink(".", "..").file("planted", "x")},
@@ -82,7 +83,9 @@ int main(int argc, char** argv) {
          ArchiveBuilder().symlink("s", "../keep").hardlink("h", "s", "data")},
         {"folder-over-link.tar", ArchiveBuilder::Tar,
          ArchiveBuilder().symlink("lnk", "..").dir("lnk/").file("lnk/f", "x")},
-        {"dot-folder-first.tar", ArchiveBuilder::Tar, ArchiveBuilder().dir("./", 0).file("./a", "x").dir(".", 0500)}};
+        {"dot-folder-first.tar", ArchiveBuilder::Tar, ArchiveBuilder().dir("./", 0).file("./a", "x").dir(".", 0500)},
+        {"dot-dot-folder-onto-link.tar", ArchiveBuilder::Tar,
+         ArchiveBuilder().symlink("docs", "..").dir("../dest/docs/").dir("../cwd/")}};
     for (const auto& [name, format, archive] : hostile) {
         if (!archive.write(out + "/extractor_fuzz/" + name, format)) {
             std::fprintf(stderr, "make_seeds: cannot write %s\n", name);

@@ -40,6 +40,8 @@ std::map<std::string, std::string> snapshot(const std::string& root) {
             tree[rel] = "-> " + fs::read_symlink(it->path()).string();
         else if (it->is_directory())
             tree[rel] = "/";
+        else if (!it->is_regular_file()) // reading a FIFO would wait for a writer
+            tree[rel] = "(special)";
         else
             tree[rel] = readFile(it->path().string());
     }

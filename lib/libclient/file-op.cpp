@@ -437,6 +437,21 @@ int FSMKDirP(const ustring& path, char** stop, bool force, unsigned short mode) 
     return ret;
 }
 
+namespace {
+
+// A folder without owner write or search permission (a package may ship one 0555) cannot be
+// emptied as it is, and a copy that cannot be removed stays behind as a backup on every later
+// upgrade. The owner may always give itself access back. The change is made to the folder
+// itself, never through a symbolic link swapped in after the lstat: what a link points at
+// keeps its mode. Where that is refused (not ours), the removal fails as it would have.
+void GrantOwnerAccess(const ustring& path, const struct stat& st) {
+    if ((st.st_mode & S_IRWXU) == S_IRWXU)
+        return;
+    fchmodat(AT_FDCWD, path.c_str(), (st.st_mode & 07777) | S_IRWXU, AT_SYMLINK_NOFOLLOW);
+}
+
+} // namespace
+
 int FSRemove(const ustring& path, bool /*option*/) {
     if (path.empty())
         return -1;
@@ -452,6 +467,7 @@ int FSRemove(const ustring& path, bool /*option*/) {
     if (type != FS_TYPE_DIR)
         return remove(path.c_str()) == 0 ? 0 : -3;
 
+    GrantOwnerAccess(path, st);
     int failed = ForEachEntry(path, [&](const ustring& name) { return FSRemove(path + "/" + name, false); });
     if (failed < 0)
         return 0;

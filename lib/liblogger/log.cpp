@@ -41,6 +41,35 @@ std::string Format(const char* format, va_list ap) {
     return text;
 }
 
+// A message is one line of the log, whatever its arguments hold: names from a package or the
+// disk may carry line feeds or terminal escapes, and written as they are they could forge lines
+// that read as the launcher's own. Control characters become \n, \t or \xNN; the final line
+// feed, which ends the line, stays. Text without control characters is returned unchanged.
+std::string EscapeControls(std::string text) {
+    const size_t body = !text.empty() && text.back() == '\n' ? text.size() - 1 : text.size();
+    size_t first = 0;
+    while (first < body && static_cast<unsigned char>(text[first]) >= 0x20 && text[first] != 0x7f)
+        ++first;
+    if (first == body)
+        return text;
+    std::string out = text.substr(0, first);
+    for (size_t i = first; i < body; ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c == '\n') {
+            out += "\\n";
+        } else if (c == '\t') {
+            out += "\\t";
+        } else if (c < 0x20 || c == 0x7f) {
+            char hex[5];
+            std::snprintf(hex, sizeof(hex), "\\x%02x", c);
+            out += hex;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out + text.substr(body);
+}
+
 // Writes text to the log file and flushes it; returns the part that did not reach the file.
 // stdio drops its buffer when a write fails, so the file's growth tells how much got through.
 std::string WriteThrough(FILE* fp, const std::string& text) {
@@ -58,14 +87,14 @@ std::string WriteThrough(FILE* fp, const std::string& text) {
 
 // Writes one message behind its local time stamp and returns its length. Into the log file,
 // what the disk refuses is kept and goes out ahead of the next message. Called under log_lock.
-int WriteStamped(FILE* fp, bool into_log_file, const char* format, va_list ap) {
+int WriteStamped(FILE* fp, bool into_log_file, const std::string& message) {
     const time_t now = time(nullptr);
     struct tm local;
     char stamp[512];
     stamp[0] = '\0';
     if (localtime_r(&now, &local))
         strftime(stamp, sizeof(stamp), "%b %d %H:%M:%S ", &local);
-    const std::string line = stamp + Format(format, ap);
+    const std::string line = stamp + message;
     if (into_log_file) {
         g_unwritten = WriteThrough(fp, g_unwritten + line);
         if (g_unwritten.size() > kMaxUnwritten)
@@ -158,18 +187,19 @@ void Logger::LogMsg2(Level level, const ustring& component, const char* format, 
     const int threshold = found == log_level.end() ? kDefaultThreshold : found->second;
     int written = 0;
     if (threshold >= level) {
+        const std::string message = EscapeControls(Format(format, ap));
         switch (log_type) {
         case TYPE_SYSLOG:
-            vsyslog(LOG_ERR, format, ap);
+            syslog(LOG_ERR, "%s", message.c_str());
             break;
         case TYPE_STDOUT:
         case TYPE_STDERR:
         case TYPE_FILE:
             if (log_fp)
-                written = WriteStamped(log_fp, log_type == TYPE_FILE && log_size >= 0, format, ap);
+                written = WriteStamped(log_fp, log_type == TYPE_FILE && log_size >= 0, message);
             break;
         default:
-            vfprintf(stderr, format, ap);
+            fputs(message.c_str(), stderr);
             break;
         }
     }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -62,6 +63,8 @@ public:
             return fail(full, strerror(errno));
 
         archive_entry* e = archive_entry_new();
+        // Names go in as the bytes they are on disk (UTF-8), never converted through the locale:
+        // the C locale knows no charset but ASCII, so a conversion would refuse every other name.
         archive_entry_set_pathname(e, rel.c_str());
         // Owners are not restored on unpack; the packager's user ids have no business there.
         archive_entry_set_uid(e, 0);
@@ -136,21 +139,25 @@ private:
     archive* a_;
 };
 
+// Names are stored as raw bytes, and marked so where the format has a mark: pax's "BINARY"
+// header charset, which its reader also takes as is in any locale. Zip stores them as they are
+// and flags them UTF-8 when the locale's charset is.
 bool setFormat(archive* a, const std::string& format) {
-    if (format == "tar.gz")
-        return archive_write_set_format_pax_restricted(a) == ARCHIVE_OK &&
-               archive_write_add_filter_gzip(a) == ARCHIVE_OK;
-    if (format == "tar.zst")
-        return archive_write_set_format_pax_restricted(a) == ARCHIVE_OK &&
-               archive_write_add_filter_zstd(a) == ARCHIVE_OK;
     if (format == "zip")
         return archive_write_set_format_zip(a) == ARCHIVE_OK;
-    return false;
+    const bool tar = format == "tar.gz" || format == "tar.zst";
+    if (!tar || archive_write_set_format_pax_restricted(a) != ARCHIVE_OK ||
+        archive_write_set_format_option(a, "pax", "hdrcharset", "BINARY") != ARCHIVE_OK)
+        return false;
+    return (format == "tar.gz" ? archive_write_add_filter_gzip(a) : archive_write_add_filter_zstd(a)) == ARCHIVE_OK;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    // The environment's locale, for libarchive's messages and zip's UTF-8 flag; names are
+    // stored as bytes whatever it is.
+    setlocale(LC_ALL, "");
     // zstd decodes in about half the time of gzip at the same size, and the unpack waits on it.
     std::string format = "tar.zst";
     std::vector<std::string> args;

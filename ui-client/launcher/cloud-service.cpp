@@ -183,9 +183,14 @@ int Service::PrepareUserEnv() {
         Logger::LogMsg(Logger::LEVEL_INFO, kComponent,
                        "[INFO] cloud-service(%d): user installation is ready, removing backup app\n", __LINE__);
         // Lower numbers are leftovers of killed runs that blocked the earlier attempts; number 0
-        // may be one even when there was nothing to back up this time.
-        for (int n = 0; n <= attempt; ++n)
-            FSRemove(GetAppBackupDir(app_path, n), false);
+        // may be one even when there was nothing to back up this time. A backup that stays
+        // piles up with the next ones until no name is left, so a failure is logged.
+        for (int n = 0; n <= attempt; ++n) {
+            const ustring backup = GetAppBackupDir(app_path, n);
+            if (FSRemove(backup, false) != 0)
+                Logger::LogMsg(Logger::LEVEL_WARNING, kComponent,
+                               "[WARNING] cloud-service(%d): failed to remove backup '%s'\n", __LINE__, backup.c_str());
+        }
         return 0;
     }
 
@@ -199,8 +204,13 @@ int Service::PrepareUserEnv() {
                    "[ERROR] cloud-service(%d): Failed to extract package, rollback to old installation\n", __LINE__);
     // The partial folder must go first: a move onto a non-empty folder fails, and then the old
     // installation simply stays under its backup name.
-    FSRemove(app_path, false);
-    FSRename(backup_path, app_path, false);
+    if (FSRemove(app_path, false) != 0)
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                       "[ERROR] cloud-service(%d): failed to remove failed copy '%s'\n", __LINE__, app_path.c_str());
+    if (FSRename(backup_path, app_path, false) != 0)
+        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent,
+                       "[ERROR] cloud-service(%d): failed to restore backup '%s' -> '%s'\n", __LINE__,
+                       backup_path.c_str(), app_path.c_str());
     // Otherwise a power cut could bring the partial copy back beside the backup.
     FSSync(GetUserVelmoraInstallPath());
     return -1;
@@ -246,7 +256,10 @@ void Service::RemoveLeftoverBackups() {
         durable = true;
         Logger::LogMsg(Logger::LEVEL_INFO, kComponent, "[INFO] cloud-service(%d): removing leftover backup '%s'\n",
                        __LINE__, backup.c_str());
-        FSRemove(backup, false);
+        if (FSRemove(backup, false) != 0)
+            Logger::LogMsg(Logger::LEVEL_WARNING, kComponent,
+                           "[WARNING] cloud-service(%d): failed to remove leftover backup '%s'\n", __LINE__,
+                           backup.c_str());
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -44,20 +45,61 @@ ustring Join(const ustring& dest, const std::vector<std::string>& elements, size
     return path;
 }
 
-bool IsSymlink(const ustring& path) {
+// What lstat says about a path on an entry's way. Only "does not exist" is an answer a
+// containment check may act on: a path too long to look at, or in a folder we may not read,
+// could hide a link, so any other failure is "unknown", which refuses the entry.
+enum class PathKind { Missing, Other, Link, Unknown };
+
+// Unknown is logged as the refusal of entry, which names the path on its way.
+PathKind KindOf(const ustring& path, const char* entry) {
     struct stat st;
-    return lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
+    if (lstat(path.c_str(), &st) == 0)
+        return S_ISLNK(st.st_mode) ? PathKind::Link : PathKind::Other;
+    const int e = errno;
+    if (e == ENOENT)
+        return PathKind::Missing;
+    Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Cannot check '%s' for entry '%s': %s\n",
+                   __LINE__, path.c_str(), entry, std::strerror(e));
+    return PathKind::Unknown;
 }
 
-// True when a folder on the way from dest to the last element is a symbolic link on disk. The
-// writer refuses ".." but follows links, so a package that first writes a link pointing out of
-// dest could then place files through it, anywhere the user may write. The last element itself
-// may be a link, even with "/" after it: it is replaced, never followed (see PrepareEntry).
-bool PassesThroughLink(const ustring& dest, const std::vector<std::string>& elements) {
-    for (size_t i = 1; i < elements.size(); ++i)
-        if (IsSymlink(Join(dest, elements, i)))
+// The first folder on the way from dest to the last element that is a symbolic link on disk
+// (Link), or whose kind cannot be known (Unknown); Other when the way is clear. The writer
+// refuses ".." but follows links, so a package that first writes a link pointing out of dest
+// could then place files through it, anywhere the user may write. The last element itself may
+// be a link, even with "/" after it: it is replaced, never followed (see PrepareEntry).
+PathKind WayThrough(const ustring& dest, const std::vector<std::string>& elements, const char* entry) {
+    for (size_t i = 1; i < elements.size(); ++i) {
+        const PathKind kind = KindOf(Join(dest, elements, i), entry);
+        if (kind == PathKind::Link || kind == PathKind::Unknown)
+            return kind;
+    }
+    return PathKind::Other;
+}
+
+// A ".." element climbs out of dest whatever follows it. The writer refuses one too, but only
+// after this step has cleared the entry's way, so a folder entry "../../Documents/" would have
+// unlinked the user's own ~/Documents link first: nothing named so may touch the disk.
+bool ClimbsOut(const std::vector<std::string>& elements) {
+    for (const std::string& element : elements)
+        if (element == "..")
             return true;
     return false;
+}
+
+// A client is files, folders and links. A FIFO, socket or device node has no use in it, and
+// as root the writer would make device nodes that open the machine's disks to whoever can
+// reach the copy.
+bool IsSpecialFile(archive_entry* entry) {
+    switch (archive_entry_filetype(entry)) {
+    case AE_IFIFO:
+    case AE_IFSOCK:
+    case AE_IFCHR:
+    case AE_IFBLK:
+        return true;
+    default:
+        return false;
+    }
 }
 
 // The writer tells a hard or symbolic link by its target, whatever type the entry claims.
@@ -65,17 +107,25 @@ bool IsPlainFolder(archive_entry* entry) {
     return archive_entry_filetype(entry) == AE_IFDIR && !archive_entry_hardlink(entry) && !archive_entry_symlink(entry);
 }
 
-// Decides whether an entry may reach the writer, and clears its way; a refused one has been
-// logged. Whatever the names, types and order of the entries, nothing may land anywhere but
-// strictly below dest.
-bool PrepareEntry(const ustring& dest, archive_entry* entry, const char* path) {
-    const std::vector<std::string> elements = NameElements(path);
-    const char* hardlink = archive_entry_hardlink(entry);
-    const std::vector<std::string> target = hardlink ? NameElements(hardlink) : std::vector<std::string>();
+// Refusals decided by the entry alone, before anything on disk is looked at or changed; true
+// when the entry was refused (and logged).
+bool RefusedByHeader(archive_entry* entry, const char* path, const std::vector<std::string>& elements,
+                     const std::vector<std::string>& target) {
     if (!*path) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent, "[ERROR] extractor(%d): Entry has an empty name: '%s'\n",
                        __LINE__, path);
-        return false;
+        return true;
+    }
+    // The writer's own words for the same refusal, so the log reads alike whoever refuses.
+    if (ClimbsOut(elements) || ClimbsOut(target)) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                       "[ERROR] extractor(%d): archive_read_extract2 failed: '%s'\n", __LINE__, "Path contains '..'");
+        return true;
+    }
+    if (IsSpecialFile(entry)) {
+        Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                       "[ERROR] extractor(%d): Entry is not a file, folder or link: '%s'\n", __LINE__, path);
+        return true;
     }
     // The writer removes what stands where an entry goes: dest is fresh and empty, so a link
     // named "." would become the copy itself and send every later entry where it points. A
@@ -83,21 +133,50 @@ bool PrepareEntry(const ustring& dest, archive_entry* entry, const char* path) {
     if (elements.empty() && !IsPlainFolder(entry)) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
                        "[ERROR] extractor(%d): Entry would replace the destination folder: '%s'\n", __LINE__, path);
-        return false;
+        return true;
     }
-    if (PassesThroughLink(dest, elements) || (hardlink && PassesThroughLink(dest, target))) {
+    return false;
+}
+
+// Refusals decided by what lies on the entry's way below dest; true when refused (and logged).
+bool RefusedByWay(const ustring& dest, archive_entry* entry, const char* path, const std::vector<std::string>& elements,
+                  const std::vector<std::string>& target) {
+    const bool hardlink = archive_entry_hardlink(entry) != nullptr;
+    PathKind way = WayThrough(dest, elements, path);
+    if (way == PathKind::Other && hardlink)
+        way = WayThrough(dest, target, path);
+    if (way == PathKind::Unknown)
+        return true;
+    if (way == PathKind::Link) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
                        "[ERROR] extractor(%d): archive_read_extract2 failed: '%s'\n", __LINE__,
                        "Cannot extract through a symbolic link");
-        return false;
+        return true;
     }
+    if (!hardlink)
+        return false;
     // A hard link to a symbolic link is that link once more, and the writer applies the entry's
     // mode to it with a chmod that follows it: a file anywhere would take the package's mode.
-    if (hardlink && IsSymlink(Join(dest, target, target.size()))) {
+    const PathKind kind = KindOf(Join(dest, target, target.size()), path);
+    if (kind == PathKind::Unknown)
+        return true;
+    if (kind == PathKind::Link) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
                        "[ERROR] extractor(%d): Hard link to a symbolic link: '%s'\n", __LINE__, path);
-        return false;
+        return true;
     }
+    return false;
+}
+
+// Decides whether an entry may reach the writer, and clears its way; a refused one has been
+// logged. Whatever the names, types and order of the entries, nothing may land anywhere but
+// strictly below dest, and a refused entry has changed nothing on disk.
+bool PrepareEntry(const ustring& dest, archive_entry* entry, const char* path) {
+    const std::vector<std::string> elements = NameElements(path);
+    const char* hardlink = archive_entry_hardlink(entry);
+    const std::vector<std::string> target = hardlink ? NameElements(hardlink) : std::vector<std::string>();
+    if (RefusedByHeader(entry, path, elements, target) || RefusedByWay(dest, entry, path, elements, target))
+        return false;
     // The writer makes a symbolic link of any entry that names a link target, then applies the
     // entry's mode as its type says: for a "file" (mtree allows "type=file link=..") that chmod
     // follows the new link out of dest. As a link, its mode is left alone.
@@ -107,8 +186,13 @@ bool PrepareEntry(const ustring& dest, archive_entry* entry, const char* path) {
     // a folder and keeps it, so the package's folder would be a place outside. Removing the link
     // makes the folder the package's own, as with any other entry.
     const ustring own = Join(dest, elements, elements.size());
-    if (!elements.empty() && IsPlainFolder(entry) && IsSymlink(own))
-        unlink(own.c_str());
+    if (!elements.empty() && IsPlainFolder(entry)) {
+        const PathKind kind = KindOf(own, path);
+        if (kind == PathKind::Unknown)
+            return false;
+        if (kind == PathKind::Link)
+            unlink(own.c_str());
+    }
     // The writer leaves the mode of a folder that is there already; but when dest is missing the
     // entry makes it, and a package's 0500 or 0000 would leave the copy unusable. It gets the
     // mode of the folders the writer makes on an entry's way instead.

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "file_tree.h"
+#include "owner_only.h"
 #include "temp_dir.h"
 
 namespace {
@@ -164,16 +165,29 @@ TEST_F(FileOp, ExplicitFolderModeBypassesTheUmaskOnlyForTheCall) {
     EXPECT_EQ(0755u, Perms(path("plain/a/b")));
 }
 
-TEST_F(FileOp, RemovingATreeNeverFollowsALinkOutOfIt) {
+// A package may ship read-only or closed folders; the tree must go all the same, as its owner
+// removes it, while a read-only folder the tree only links to keeps its mode and content.
+TEST_F(FileOp, RemovingATreeEmptiesLockedFoldersButNeverFollowsALinkOutOfIt) {
     ASSERT_EQ(0, mkdir(path("keep").c_str(), 0755));
     ASSERT_TRUE(writeFile(path("keep/precious"), "p"));
     ASSERT_EQ(0, FSMKDir(path("t/a/b").c_str(), true));
     ASSERT_TRUE(writeFile(path("t/a/b/f"), "f"));
     ASSERT_TRUE(writeFile(path("t/g"), "g"));
+    ASSERT_TRUE(writeFile(path("t/ro/closed/h"), "h") && writeFile(path("t/ro/i"), "i"));
     ASSERT_EQ(0, symlink(path("keep").c_str(), path("t/a/tokeep").c_str()));
-    EXPECT_EQ(0, FSRemove(path("t").c_str(), false));
+    ASSERT_EQ(0, symlink(path("keep").c_str(), path("t/ro/tokeep").c_str()));
+    ASSERT_EQ(0, chmod(path("keep").c_str(), 0555));
+    ASSERT_EQ(0, chmod(path("t/ro/closed").c_str(), 0));
+    ASSERT_EQ(0, chmod(path("t/ro").c_str(), 0555));
+    int removed = 0;
+    {
+        testsupport::OwnerOnly owner;
+        removed = FSRemove(path("t").c_str(), false);
+    }
+    EXPECT_EQ(0, removed);
     EXPECT_FALSE(exists(path("t")));
     EXPECT_EQ("p", readFile(path("keep/precious")));
+    EXPECT_EQ(0555u, Perms(path("keep")));
     EXPECT_EQ(0, FSRemove(path("t").c_str(), false));
 }
 

@@ -42,6 +42,22 @@ TEST_F(LoggerTest, DebugFileRaisesOnlyTheComponentsItNamesAndAFailedOpenKeepsSta
         std::regex(kStamp + R"(\[DEBUG\] a\(1\): svc x\n)" + kStamp + R"(\[WARNING\] a\(3\): other\n)")));
 }
 
+// A name from a package or the disk may hold line feeds and terminal escapes: each message stays
+// one line, and bytes from 0x80 up (UTF-8) pass unchanged.
+TEST_F(LoggerTest, ControlCharactersInAMessageAreEscapedSoItStaysOneLine) {
+    ASSERT_EQ(Logger::Initialize(Logger::TYPE_FILE, log, "", 50), 0);
+    const std::string forged = "a\nNov 16 20:41:19 [ERROR] main(1): forged\t\r\x1b[2J\x7f\x01 R\xc3\xa9sum\xc3\xa9";
+    Logger::LogMsg(Logger::LEVEL_ERROR, "esc", "[ERROR] a(%d): '%s'\n", 1, forged.c_str());
+    Logger::LogMsg(Logger::LEVEL_ERROR, "esc", "[ERROR] a(%d): %s and no line feed", 2, "x\ny");
+    Logger::LogMsg(Logger::LEVEL_ERROR, "esc", "[ERROR] a(%d): plain\n", 3);
+    EXPECT_TRUE(std::regex_match(
+        testsupport::readFile(log),
+        std::regex(kStamp + R"(\[ERROR\] a\(1\): 'a\\nNov 16 20:41:19 \[ERROR\] main\(1\): forged\\t\\x0d\\x1b\[2J)" +
+                   R"(\\x7f\\x01 )" + "R\xc3\xa9sum\xc3\xa9'\n" + kStamp +
+                   R"(\[ERROR\] a\(2\): x\\ny and no line feed)" + kStamp + R"(\[ERROR\] a\(3\): plain\n)")))
+        << testsupport::readFile(log);
+}
+
 // A full disk (here a file size limit) refuses a line half-way: the rest must follow, once, when
 // space returns, so that the line that says why an upgrade failed is never lost.
 TEST_F(LoggerTest, LineRefusedByAFullDiskIsWrittenWholeOnceSpaceReturns) {

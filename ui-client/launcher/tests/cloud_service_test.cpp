@@ -1,11 +1,14 @@
 #include <QCoreApplication>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "archive_builder.h"
 #include "file_tree.h"
 #include "log_capture.h"
 #include "mac/mac-service.h"
+#include "owner_only.h"
 #include "temp_dir.h"
 
 using namespace testsupport;
@@ -55,6 +58,57 @@ TEST_F(BundleTest, InstallsThenReplacesPastABlockedBackupNameAndRemovesEveryBack
     EXPECT_EQ("new", readFile(App() + "/Contents/Info.plist"));
     EXPECT_FALSE(exists(App() + "/Contents/Resources/only-old.txt"));
     EXPECT_FALSE(exists(App() + "_tmp") || exists(App() + "_tmp1"));
+}
+
+// As its owner, not root: a copy holding a read-only folder must still be removable, or every
+// upgrade leaves one more backup until no name is left.
+TEST_F(BundleTest, UpgradesOfAPackageWithAReadOnlyFolderLeaveNoBackup) {
+    ASSERT_TRUE(ArchiveBuilder()
+                    .dir("Contents/ro", 0555)
+                    .file("Contents/ro/f", "x")
+                    .write(contents_ + "/Resources/package/velmora.hpk"));
+    OwnerOnly owner;
+    for (const char* run : {"install", "first upgrade", "second upgrade"})
+        EXPECT_EQ(0, MacService().PrepareUserEnv()) << run;
+    EXPECT_EQ("x", readFile(App() + "/Contents/ro/f"));
+    EXPECT_FALSE(exists(App() + "_tmp") || exists(App() + "_tmp1") || exists(App() + "_tmp2"));
+}
+
+// A folder someone else owns cannot be emptied: a backup or a failed copy holding one stays,
+// and the log says so at each removal that failed.
+void GiveAway(const std::string& folder) {
+    writeFile(folder + "/f", "not ours to take");
+    ASSERT_EQ(0, chmod(folder.c_str(), 0555));
+    ASSERT_EQ(0, chown(folder.c_str(), 65534, 65534));
+}
+
+TEST_F(BundleTest, RemovalsThatFailAreLoggedAndWhatFailedIsKept) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root to give a folder to another user";
+    struct Leftovers : MacService {
+        using MacService::RemoveLeftoverBackups;
+    };
+    struct FailingService : MacService {
+        int ExtractPackage() override {
+            GiveAway(user_app_path.c_str() + std::string("/theirs"));
+            return -1;
+        }
+    };
+    ASSERT_TRUE(
+        ArchiveBuilder().file("Contents/Info.plist", "new").write(contents_ + "/Resources/package/velmora.hpk"));
+    GiveAway(App() + "_tmp/theirs");
+    {
+        OwnerOnly owner;
+        EXPECT_EQ(0, MacService().PrepareUserEnv());
+        Leftovers().RemoveLeftoverBackups();
+        EXPECT_EQ(-1, FailingService().PrepareUserEnv()); // backs up to _tmp1, past the kept _tmp
+    }
+    EXPECT_TRUE(Logged("[WARNING] cloud-service(") && Logged("failed to remove backup '" + App() + "_tmp'\n"));
+    EXPECT_TRUE(Logged("failed to remove leftover backup '" + App() + "_tmp'\n"));
+    EXPECT_TRUE(Logged("failed to remove failed copy '" + App() + "'\n"));
+    EXPECT_TRUE(Logged("failed to restore backup '" + App() + "_tmp1' -> '" + App() + "'\n"));
+    EXPECT_EQ("not ours to take", readFile(App() + "_tmp/theirs/f"));
+    EXPECT_EQ("new", readFile(App() + "_tmp1/Contents/Info.plist"));
 }
 
 TEST_F(BundleTest, LeavesTheInstallationWhereItIsWhenNoBackupNameIsFree) {

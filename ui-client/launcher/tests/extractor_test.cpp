@@ -1,8 +1,12 @@
+#include <algorithm>
 #include <archive.h>
 #include <archive_entry.h>
+#include <clocale>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "archive_builder.h"
 #include "extractor.h"
@@ -83,6 +87,7 @@ struct ContainmentTest : ExtractorTest, ::testing::WithParamInterface<Containmen
         ASSERT_TRUE(writeFile(tmp / "watched/key", "private") && writeFile(tmp / "watched/sub/pub", "public"));
         ASSERT_EQ(0, chmod((tmp / "watched/key").c_str(), 0600));
         ASSERT_EQ(0, chmod((tmp / "watched/sub").c_str(), 0700));
+        ASSERT_EQ(0, symlink("sub", (tmp / "watched/docs").c_str())); // as a user's ~/Documents may be
         ASSERT_EQ(0, chmod((tmp / "watched").c_str(), 0750));
         ASSERT_EQ(0, mkdir((tmp / "dest").c_str(), 0755));
         ASSERT_EQ(0, chmod((tmp / "dest").c_str(), 0755));
@@ -108,7 +113,16 @@ TEST_P(ContainmentTest, WritesOnlyStrictlyBelowDest) {
 const std::string kReplaces = "Entry would replace the destination folder: ";
 const std::string kThroughLink = "archive_read_extract2 failed: 'Cannot extract through a symbolic link'";
 const std::string kLinkToLink = "Hard link to a symbolic link: 'h'";
+const std::string kDotDot = "archive_read_extract2 failed: 'Path contains '..''";
+const std::string kNotAFile = "Entry is not a file, folder or link: ";
 const Tree kLinkToWatched = {{"s", "-> ../watched"}};
+// Folders whose joined path outgrows what lstat takes, so nothing on the way can be looked at.
+const std::string kDeep = [] {
+    std::string deep = std::string(250, 'd');
+    for (int i = 0; i < 16; ++i)
+        deep += "/" + std::string(250, 'd');
+    return deep;
+}();
 ContainmentCase Row(std::string name, B::Format format, B package, std::string logged, Tree left = {},
                     std::string text = "") {
     return {std::move(name), format, std::move(package), std::move(logged), std::move(left), std::move(text)};
@@ -124,8 +138,17 @@ const ContainmentCase kContainment[] = {
     // `tar -C client -cf pkg .` starts with "./"; its mode must not reach dest.
     Row("TarFolderDotFirst", B::Tar, B().dir("./", 0500).file("./a", "x").dir(".", 0), "", {{"a", "x"}}),
     // The first refusal ends the unpack; what came before stays.
-    Row("TarDotDot", B::Tar, B().file("ok", "ok").file("a/../../b", "x").file("c", "c"),
-        "archive_read_extract2 failed: 'Path contains '..''", {{"ok", "ok"}}),
+    Row("TarDotDot", B::Tar, B().file("ok", "ok").file("a/../../b", "x").file("c", "c"), kDotDot, {{"ok", "ok"}}),
+    // A link outside dest where a folder entry climbs to is left alone, not cleared as a link
+    // inside would be.
+    Row("TarFolderDotDotOntoLink", B::Tar, B().dir("../watched/docs/"), kDotDot),
+    // A way too long to check is refused, not taken for one without links.
+    Row("PaxWayTooLongToCheck", B::Pax, B().symlink(kDeep + "/l", "../watched/key").hardlink("h", kDeep + "/l"),
+        "Cannot check '"),
+    // Whoever runs the launcher, a client holds no FIFOs, sockets or device nodes.
+    Row("MtreeFifo", B::Tar, B(), kNotAFile + "'p'", {}, "#mtree\np type=fifo mode=0666\n"),
+    Row("MtreeCharDevice", B::Tar, B(), kNotAFile + "'c'", {}, "#mtree\nc type=char mode=0666 device=native,1,3\n"),
+    Row("MtreeBlockDevice", B::Tar, B(), kNotAFile + "'b'", {}, "#mtree\nb type=block mode=0666 device=native,7,0\n"),
     // Through a link out of dest, by an entry's name or by a hard link's target.
     Row("TarFileThroughLink", B::Tar, B().symlink("s", "../watched").file("s/key", "x"), kThroughLink, kLinkToWatched),
     Row("TarHardLinkThroughLink", B::Tar, B().symlink("s", "../watched").hardlink("h", "s/key"), kThroughLink,
@@ -146,12 +169,64 @@ const ContainmentCase kContainment[] = {
 INSTANTIATE_TEST_SUITE_P(Extractor, ContainmentTest, ::testing::ValuesIn(kContainment),
                          [](const auto& info) { return info.param.name; });
 
+// velmora-pack and the launcher, each in the locale given, carry non-ASCII names (and a link
+// naming one) from a client bundle into the copy byte for byte; the C locale knows no charset
+// but ASCII.
+struct RoundTripCase {
+    const char* name;
+    const char* pack_locale;
+    const char* unpack_locale;
+    const char* format;
+    friend void PrintTo(const RoundTripCase& c, std::ostream* os) { *os << c.name; }
+};
+struct RoundTripTest : ExtractorTest, ::testing::WithParamInterface<RoundTripCase> {
+    void TearDown() override {
+        setlocale(LC_ALL, "C");
+        ExtractorTest::TearDown();
+    }
+};
+
+TEST_P(RoundTripTest, PackedNonAsciiNamesUnpackByteForByte) {
+    const std::string resume = "R\xc3\xa9sum\xc3\xa9", japanese = resume + "/\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e.txt";
+    ASSERT_TRUE(writeFile(tmp / "bundle/Contents/MacOS/cloud-ui", "#!/bin/sh\n") &&
+                writeFile(tmp / "bundle/Contents/Resources/INFO", "[Version]\n") &&
+                writeFile(tmp / ("bundle/" + japanese), "nihongo"));
+    ASSERT_EQ(0, symlink(japanese.c_str(), (tmp / ("bundle/" + resume + "-link")).c_str()));
+    const std::string pack = std::string("LC_ALL=") + GetParam().pack_locale + " '" + VELMORA_PACK + "' --format " +
+                             GetParam().format + " '" + (tmp / "bundle") + "' '" + (tmp / "pkg") + "'";
+    ASSERT_EQ(0, std::system(pack.c_str())) << pack;
+    ASSERT_TRUE(setlocale(LC_ALL, GetParam().unpack_locale)) << GetParam().unpack_locale;
+    EXPECT_EQ(0, Extract(tmp / "pkg", tmp / "dest")) << readFile(tmp / "log");
+    EXPECT_EQ(snapshot(tmp / "dest"), snapshot(tmp / "bundle"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Extractor, RoundTripTest,
+                         ::testing::Values(RoundTripCase{"TarZstdInUtf8", "C.UTF-8", "C.UTF-8", "tar.zst"},
+                                           RoundTripCase{"TarZstdInC", "C", "C", "tar.zst"},
+                                           RoundTripCase{"TarZstdFromUtf8IntoC", "C.UTF-8", "C", "tar.zst"},
+                                           RoundTripCase{"TarGzInC", "C", "C", "tar.gz"},
+                                           RoundTripCase{"ZipInUtf8", "C.UTF-8", "C.UTF-8", "zip"},
+                                           RoundTripCase{"ZipInC", "C", "C", "zip"}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
 TEST_F(ExtractorTest, FolderEntryThatMakesDestGivesItTheModeOfAnyFolderOnTheWay) {
     ASSERT_TRUE(B().dir("./", 0).file("a", "x").write(tmp / "pkg", B::Tar));
     ASSERT_EQ(0, Extract(tmp / "pkg", tmp / "made/dest"));
     struct stat made, dest;
     ASSERT_TRUE(stat((tmp / "made").c_str(), &made) == 0 && stat((tmp / "made/dest").c_str(), &dest) == 0);
     EXPECT_EQ(made.st_mode, dest.st_mode);
+}
+
+// A name may hold a line feed: the refusal that names it is still one line of the log, and
+// cannot pass for a line of the launcher's own.
+TEST_F(ExtractorTest, AnEntryNamedWithALineFeedIsLoggedOnOneLine) {
+    const std::string forged = "h\nNov 16 20:41:19 [ERROR] launcher(1): forged";
+    ASSERT_TRUE(B().symlink("s", "x").hardlink(forged, "s").write(tmp / "pkg", B::Tar));
+    EXPECT_EQ(-1, Extract(tmp / "pkg", tmp / "dest"));
+    const std::string log = readFile(tmp / "log");
+    EXPECT_EQ(1, std::count(log.begin(), log.end(), '\n')) << log;
+    // Logged() drops the line numbers, the forged one too.
+    EXPECT_TRUE(Logged("Hard link to a symbolic link: 'h\\nNov 16 20:41:19 [ERROR] launcher: forged'\n")) << log;
 }
 
 TEST_F(ExtractorTest, ListPrintsEveryEntryPathInOrder) {
