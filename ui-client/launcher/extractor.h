@@ -30,7 +30,11 @@ public:
     // The counting pass, also measuring the footprint with blocks of block_size bytes (0 counts
     // no blocks). Returns what Count returns; a later Extract reuses the count.
     int Measure(uint64_t block_size, PackageFootprint& footprint);
+    // Prints each entry's path in the package on standard output, a line each: 0, also when the
+    // listing stopped at damage; -1 when the package cannot be opened. Not used by the upgrade.
     int List();
+    // Copies the data of the entry that ar has just read the header of, and aw has begun writing,
+    // to the end: 0, or -1 (logged). Not used by the upgrade, which lets libarchive copy.
     int copy_data(struct archive* ar, struct archive* aw);
 
     ustring dest;
