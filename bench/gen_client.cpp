@@ -195,8 +195,16 @@ int main(int argc, char* argv[]) {
     const std::string info = "[Version]\nmajor_version=3\nminor_version=2\nbuild_version=" + std::to_string(build) +
                              "\nicon_overlay_version=2\n";
     // The launcher opens whatever the bundle holds; the benchmark times the launcher, so the
-    // client it opens only notes in its log that it was started, which the benchmark checks.
-    const std::string client = "#!/bin/sh\necho started >>\"$HOME/.Velmora/cloud-ui.log\"\n";
+    // client it opens only notes in its log when it was started, which the benchmark checks.
+    // Asked to stay (BENCH_CLIENT_STAYS), it runs like a real client until SIGTERM and notes
+    // when that came, so the benchmark sees how long an upgrade leaves the user without one.
+    const std::string client = "#!/bin/sh\n"
+                               "d=\"$HOME/.Velmora\"\n"
+                               "echo \"started $(date +%s.%N)\" >>\"$d/cloud-ui.log\"\n"
+                               "[ -n \"$BENCH_CLIENT_STAYS\" ] || exit 0\n"
+                               "trap 'echo \"stopping $(date +%s.%N)\" >>\"$d/cloud-ui.log\"; exit 0' TERM\n"
+                               "echo \"pid=$$\" >\"$d/ui.pid.new\" && mv \"$d/ui.pid.new\" \"$d/ui.pid\"\n"
+                               "while :; do sleep 1 & wait $!; done\n";
     if (!WriteFile(root / "Contents/Info.plist", "<?xml version=\"1.0\"?>\n<plist version=\"1.0\"><dict/></plist>\n",
                    0644) ||
         !WriteFile(root / "Contents/PkgInfo", "APPL????", 0644) ||

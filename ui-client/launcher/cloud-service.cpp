@@ -7,6 +7,7 @@
 #include <QString>
 #include <QVariant>
 #include <cstdio>
+#include <cstring>
 #include <new>
 
 #include "durability.h"
@@ -14,6 +15,7 @@
 #include "file-op.h"
 #include "log.h"
 #include "qt_text.h"
+#include "volume_space.h"
 
 namespace {
 
@@ -229,6 +231,7 @@ int Service::ExtractPackage() {
     Extractor extractor;
     extractor.src = package;
     extractor.dest = dest;
+    extractor.counted = package_entries;
     UnpackDurability durability(dest);
     extractor.before_entry = [&durability](const char* path) { return durability.BeforeEntry(path); };
     const int result = extractor.Extract();
@@ -261,6 +264,41 @@ void Service::RemoveLeftoverBackups() {
                            "[WARNING] cloud-service(%d): failed to remove leftover backup '%s'\n", __LINE__,
                            backup.c_str());
     }
+}
+
+bool Service::NewCopyFits() {
+    const ustring folder = GetUserVelmoraInstallPath();
+    VolumeSpace space;
+    if (const int err = VolumeSpace::Read(folder, space)) {
+        Logger::LogMsg(Logger::LEVEL_WARNING, kComponent,
+                       "[WARNING] cloud-service(%d): cannot read the free space of '%s': %s\n", __LINE__,
+                       folder.c_str(), strerror(err));
+        return true;
+    }
+    Extractor extractor;
+    extractor.src = GetRootVelmoraResourceInstallPath() + "/package/velmora.hpk";
+    extractor.dest = GetUserVelmoraAppInstallPath();
+    PackageFootprint footprint;
+    package_entries = extractor.Measure(space.block_size, footprint) > 0 ? footprint.entries : 0;
+    if (package_entries == 0)
+        return true;
+    const unsigned long long bytes = VolumeSpace::BytesNeeded(footprint);
+    const unsigned long long inodes = VolumeSpace::InodesNeeded(footprint);
+    const unsigned long long bytes_free = space.bytes_free;
+    const unsigned long long inodes_free = space.inodes_free;
+    const char* inode_note = space.counts_inodes ? "" : " (it keeps no inode count)";
+    if (!space.Fits(footprint)) {
+        Logger::LogMsg(Logger::LEVEL_WARNING, kComponent,
+                       "[WARNING] cloud-service(%d): no room for the new copy, keeping the old one: it needs %llu "
+                       "bytes and %llu inodes, the volume of '%s' offers %llu bytes and %llu inodes%s\n",
+                       __LINE__, bytes, inodes, folder.c_str(), bytes_free, inodes_free, inode_note);
+        return false;
+    }
+    Logger::LogMsg(Logger::LEVEL_INFO, kComponent,
+                   "[INFO] cloud-service(%d): the new copy needs %llu bytes and %llu inodes, the volume of '%s' "
+                   "offers %llu bytes and %llu inodes%s\n",
+                   __LINE__, bytes, inodes, folder.c_str(), bytes_free, inodes_free, inode_note);
+    return true;
 }
 
 void Service::RemoveAgedFolders() {

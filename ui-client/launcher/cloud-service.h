@@ -52,6 +52,11 @@ protected:
     // is known complete and current: while an upgrade is pending a backup may be the user's
     // only full copy.
     void RemoveLeftoverBackups();
+    // Measures the package against the volume of the per-user folder before anything is stopped
+    // or moved: false, logged with both figures, when the new copy cannot fit beside the old.
+    // A package that cannot be measured, or a volume that cannot be read, is left to the unpack
+    // to report.
+    bool NewCopyFits();
 
     int timeout;
     ustring user_app_path;
@@ -63,4 +68,7 @@ protected:
     ustring source_minor_version;
     ustring source_build_version;
     ustring source_icon_overlay_version;
+    // Entries that NewCopyFits counted, so the unpack does not read the package twice; 0 when
+    // unknown.
+    int package_entries = 0;
 };

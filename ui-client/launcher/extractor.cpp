@@ -251,6 +251,27 @@ Reader OpenForListing(const ustring& src, const ustring& dest) {
 
 using EntryHook = std::function<int(const char* path)>;
 
+uint64_t WholeBlocks(uint64_t bytes, uint64_t block_size) {
+    return block_size == 0 ? 0 : (bytes + block_size - 1) / block_size * block_size;
+}
+
+// A hard link names an inode another entry makes. A link target short enough to sit in the
+// inode itself (ext4 keeps up to 59 bytes there) takes no block.
+void AddToFootprint(archive_entry* entry, uint64_t block_size, PackageFootprint& footprint) {
+    if (archive_entry_hardlink(entry))
+        return;
+    ++footprint.inodes;
+    const char* target = archive_entry_symlink(entry);
+    if (target) {
+        const size_t length = std::strlen(target);
+        footprint.bytes += length < 60 ? 0 : WholeBlocks(length + 1, block_size);
+    } else if (archive_entry_filetype(entry) == AE_IFDIR) {
+        footprint.bytes += WholeBlocks(1, block_size);
+    } else if (archive_entry_size_is_set(entry) && archive_entry_size(entry) > 0) {
+        footprint.bytes += WholeBlocks(static_cast<uint64_t>(archive_entry_size(entry)), block_size);
+    }
+}
+
 // Writes one entry below dest; false when it was refused or failed (logged, or refused by the
 // caller's hook before anything was written).
 bool WriteEntry(archive* reader, archive* writer, archive_entry* entry, const ustring& dest,
@@ -299,6 +320,14 @@ int WriteEntries(archive* reader, archive* writer, const ustring& dest, const En
                            ErrorText(reader));
             return -1;
         }
+        // The count may come from a pass made before the client was stopped; a package that
+        // grew since then was never measured against the volume.
+        if (index > total) {
+            Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
+                           "[ERROR] extractor(%d): The package holds more entries than the %d counted\n", __LINE__,
+                           total);
+            return -1;
+        }
         if (!WriteEntry(reader, writer, entry, dest, before_entry))
             return -1;
         Notify_Adapter::GetInstance()->UpdateProgress(total, index);
@@ -323,7 +352,7 @@ int Extractor::Extract() {
     Notify_Adapter::GetInstance()->UpdateDialogText(StrTable::LoadStr(445));
 
     // The first pass gives the dialog a denominator; an archive without entries is no package.
-    const int total = Count();
+    const int total = counted > 0 ? counted : Count();
     if (total <= 0) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kLogComponent,
                        "[ERROR] extractor(%d): Failed to calculate total file numbers, ret: %d\n", __LINE__, total);
@@ -348,17 +377,24 @@ int Extractor::Extract() {
 }
 
 int Extractor::Count() {
+    PackageFootprint unused;
+    return Measure(0, unused);
+}
+
+int Extractor::Measure(uint64_t block_size, PackageFootprint& footprint) {
+    footprint = PackageFootprint();
     Reader reader = OpenForListing(src, dest);
     if (!reader)
         return -1;
     // Damage ends the count silently: the extraction pass stops at the same place and says why.
-    int count = 0;
     archive_entry* entry = nullptr;
     while (archive_read_next_header(reader.get(), &entry) == ARCHIVE_OK) {
-        ++count;
+        ++footprint.entries;
+        AddToFootprint(entry, block_size, footprint);
         archive_read_data_skip(reader.get());
     }
-    return count;
+    counted = footprint.entries;
+    return footprint.entries;
 }
 
 int Extractor::List() {

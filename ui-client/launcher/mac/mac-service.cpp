@@ -93,6 +93,9 @@ bool MacService::IsNeedUpgrade() {
 }
 
 int MacService::HandlePackageUpgrade() {
+    // Before anything is stopped: a copy that cannot fit would interrupt the client for nothing.
+    if (!NewCopyFits())
+        return -1;
     // The running client must let go of its folder before the folder is moved aside.
     if (PerUserBinPathExist()) {
         Logger::LogMsg(Logger::LEVEL_DEBUG, kComponent, "[DEBUG] mac/mac-service(%d): local appdata exist\n", __LINE__);

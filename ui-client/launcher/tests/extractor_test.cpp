@@ -276,3 +276,29 @@ TEST_F(ExtractorTest, CopyDataWritesTheCurrentEntryWholeOrSaysWhichSideFailed) {
     EXPECT_TRUE(Logged("archive_read_data_block failed: 'Truncated")) << readFile(tmp / "log");
     EXPECT_EQ(-1, Extractor{}.copy_data(nullptr, nullptr));
 }
+
+// What the space check before an upgrade relies on: whole blocks per file and folder, no inode
+// for a hard link, no block for a short link target; and the unpack then reads the package only
+// once more, whatever happened to it since (here: replaced by a larger one).
+TEST_F(ExtractorTest, MeasuresWholeBlocksAndInodesAndUnpacksWithThatCount) {
+    B b;
+    b.dir("d")
+        .file("d/one", "x")
+        .file("d/big", std::string(4097, 'b'))
+        .hardlink("d/same", "d/one")
+        .symlink("d/ln", "one");
+    ASSERT_TRUE(b.write(tmp / "pkg", B::Tar));
+    Extractor extractor{tmp / "dest", tmp / "pkg", {}};
+    PackageFootprint footprint;
+    ASSERT_EQ(5, extractor.Measure(4096, footprint));
+    EXPECT_EQ(5, footprint.entries);
+    EXPECT_EQ(4096u + 4096u + 8192u, footprint.bytes);
+    EXPECT_EQ(4u, footprint.inodes);
+
+    B larger = b;
+    larger.file("d/late", "z");
+    ASSERT_TRUE(larger.write(tmp / "pkg", B::Tar));
+    EXPECT_EQ(-1, extractor.Extract()); // six entries where five were counted: refused at the sixth
+    EXPECT_EQ(reports.back(), std::make_pair(5, 5));
+    EXPECT_TRUE(Logged("The package holds more entries than the 5 counted\n"));
+}
