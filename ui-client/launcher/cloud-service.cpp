@@ -228,6 +228,12 @@ int Service::ExtractPackage() {
     return result;
 }
 
+ustring Service::AppFolderName(int index) const {
+    if (index == 0)
+        return user_app_path;
+    return index <= kBackupAttempts ? GetAppBackupDir(user_app_path, index - 1) : ustring();
+}
+
 void Service::RemoveLeftoverBackups() {
     bool durable = false;
     for (int n = 0; n < kBackupAttempts; ++n) {

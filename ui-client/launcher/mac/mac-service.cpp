@@ -9,13 +9,16 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <limits>
+#include <string>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include "config.h"
 #include "file-op.h"
 #include "log.h"
+#include "platform/fs_platform.h"
 
 namespace {
 
@@ -45,6 +48,44 @@ pid_t UsablePid(const ustring& text) {
     if (value <= 0 || value > static_cast<long>(std::numeric_limits<pid_t>::max()))
         return 0;
     return static_cast<pid_t>(value);
+}
+
+std::string RealPath(const std::string& path) {
+    char buf[PATH_MAX];
+    return realpath(path.c_str(), buf) ? std::string(buf) : path;
+}
+
+// For log lines: bytes outside printable ASCII become \xNN, so a crafted program name cannot
+// forge or break a line.
+std::string Escaped(const std::string& text) {
+    std::string out;
+    for (const unsigned char c : text) {
+        char hex[5];
+        snprintf(hex, sizeof(hex), "\\x%02x", c);
+        out += c >= 0x20 && c < 0x7f && c != '\\' ? std::string(1, static_cast<char>(c)) : std::string(hex);
+    }
+    return out;
+}
+
+// The script a process runs through an interpreter: one of the first two arguments after the
+// interpreter's name ("#!/bin/sh -e" adds one) that names a file whose "#!" line starts that
+// very program. An editor that merely has the client's file open does not run it.
+std::string ScriptOf(const fsplatform::ProcessRecord& record) {
+    for (size_t i = 1; i < record.arguments.size() && i <= 2; ++i) {
+        const std::string& arg = record.arguments[i];
+        if (arg.empty() || (arg[0] != '/' && record.working_folder.empty()))
+            continue;
+        const std::string path = arg[0] == '/' ? arg : record.working_folder + "/" + arg;
+        std::ifstream in(path, std::ios::binary);
+        std::string line;
+        if (!std::getline(in, line) || line.compare(0, 2, "#!") != 0)
+            continue;
+        const size_t start = line.find_first_not_of(" \t", 2);
+        const size_t end = start == std::string::npos ? start : line.find_first_of(" \t\r", start);
+        if (start != std::string::npos && RealPath(line.substr(start, end - start)) == record.program)
+            return RealPath(path);
+    }
+    return std::string();
 }
 
 } // namespace
@@ -126,6 +167,8 @@ void MacService::StopService() {
                        pid_file.c_str(), value.c_str());
         return;
     }
+    if (!IsOwnClient(pid, pid_file))
+        return;
 
     if (kill(pid, SIGTERM) != 0) {
         const int err = errno;
@@ -140,6 +183,38 @@ void MacService::StopService() {
         sleep(1);
     }
     kill(pid, SIGKILL);
+}
+
+bool MacService::IsOwnClient(pid_t pid, const ustring& pid_file) {
+    fsplatform::ProcessRecord record;
+    const int err = fsplatform::ReadProcessRecord(pid, &record);
+    if (err == ESRCH)
+        return false; // already gone: nothing to stop, and nothing worth a line
+    if (err != 0) {
+        Logger::LogMsg(Logger::LEVEL_NOTE, kComponent,
+                       "[NOTE] mac/mac-service(%d): pid %d named in '%s' left alone: cannot tell what it runs (%s)\n",
+                       __LINE__, static_cast<int>(pid), pid_file.c_str(), strerror(err));
+        return false;
+    }
+    // The copy is moved aside while its client may still run, so a backup name counts too; a
+    // program file that is gone can only be compared by the path it had.
+    const std::string install = RealPath(GetUserVelmoraInstallPath().c_str());
+    const std::string script = ScriptOf(record);
+    bool client = false;
+    for (int i = 0; !AppFolderName(i).empty() && !client; ++i) {
+        const std::string name = AppFolderName(i).c_str();
+        const std::string exe = RealPath(install + name.substr(name.rfind('/')) + "/Contents/MacOS/cloud-ui");
+        client = exe == (record.program_deleted ? record.program : RealPath(record.program)) || exe == script;
+    }
+    if (client && record.real_uid == geteuid())
+        return true;
+    const std::string runs = Escaped(script.empty() ? record.program : record.program + " " + script);
+    Logger::LogMsg(Logger::LEVEL_NOTE, kComponent,
+                   "[NOTE] mac/mac-service(%d): pid %d named in '%s' runs '%s'%s as uid %u, not this user's "
+                   "client: left alone\n",
+                   __LINE__, static_cast<int>(pid), pid_file.c_str(), runs.c_str(),
+                   record.program_deleted ? " (deleted)" : "", static_cast<unsigned>(record.real_uid));
+    return false;
 }
 
 void MacService::PostUpgrade() {
