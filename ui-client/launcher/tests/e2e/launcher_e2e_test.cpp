@@ -92,9 +92,11 @@ TEST_F(LauncherE2E, InstallsOnceUpgradesToNewerBuildAndRollsBackBrokenPackage) {
 // up: a second launcher must leave it be; once the first is killed outright, its lock must not
 // keep the next one out, which then has to end the client with SIGKILL.
 TEST_F(LauncherE2E, SecondStartExitsAtOnceCrashedLauncherNeverBlocksAndStubbornClientIsKilled) {
-    const pid_t stubborn = scene_->Start({VELMORA_CLIENT "/Contents/MacOS/cloud-ui", "--ignore-sigterm"});
+    // Run from the per-user copy: the launcher stops no other program.
+    scene_->Install(VELMORA_CLIENT);
+    const pid_t stubborn = scene_->Start({scene_->App() + "/Contents/MacOS/cloud-ui", "--ignore-sigterm"});
     ASSERT_TRUE(Eventually([&] { return scene_->ClientPid() == stubborn; }));
-    Run({});
+    Run({"[DEBUG] launcher(N): no need to upgrade"});
     const std::string release = MakeRelease(build_ + 1);
 
     const pid_t first = scene_->Start({scene_->Launcher()});
@@ -109,6 +111,27 @@ TEST_F(LauncherE2E, SecondStartExitsAtOnceCrashedLauncherNeverBlocksAndStubbornC
     EXPECT_EQ(SIGKILL, scene_->Wait(stubborn).signal);
     EXPECT_EQ(snapshot(scene_->App()), snapshot(release));
     EXPECT_TRUE(Eventually([&] { return scene_->ClientRuns(build_ + 1); }));
+}
+
+// Two bundles on one machine (the installed one and an older copy in Downloads) started together
+// for one home: the single-instance rule is per executable, so only the lock on the per-user copy
+// keeps their upgrades apart. The one that waits decides again on what the other left.
+TEST_F(LauncherE2E, TwoBundlesStartedTogetherLeaveOneCleanCopyOfTheNewerPackage) {
+    const std::string older = scene_->Dir() + "/older", newer = scene_->Dir() + "/newer";
+    MakeClient(older, 1, build_ + 1, 1500);
+    MakeClient(newer, 2, build_ + 2, 1500);
+    scene_->Release(older);
+    const std::string downloads = scene_->Dir() + "/Downloads/Velmora.app";
+    fs::create_directories(downloads);
+    fs::copy(scene_->Dir() + "/Velmora.app", downloads, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    scene_->Release(newer);
+    const pid_t first = scene_->Start({downloads + "/Contents/MacOS/launcher"});
+    const pid_t second = scene_->Start({scene_->Launcher()});
+    const Scene::Exit one = scene_->Wait(first), other = scene_->Wait(second);
+    EXPECT_TRUE(one.clean) << one.output;
+    EXPECT_TRUE(other.clean) << other.output;
+    EXPECT_EQ("", Diff(snapshot(scene_->App()), snapshot(newer))) << scene_->Log();
+    EXPECT_TRUE(scene_->Leftovers().empty());
 }
 
 // A client that cannot be started is reported in the log, and the launcher still ends normally
