@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "file_tree.h"
 #include "launcher_scene.h"
@@ -132,6 +133,20 @@ TEST_F(LauncherE2E, TwoBundlesStartedTogetherLeaveOneCleanCopyOfTheNewerPackage)
     EXPECT_TRUE(other.clean) << other.output;
     EXPECT_EQ("", Diff(snapshot(scene_->App()), snapshot(newer))) << scene_->Log();
     EXPECT_TRUE(scene_->Leftovers().empty());
+}
+
+// Started as root with a user's HOME (su without -), the launcher would signal the pid named in a
+// file that user can write and start that user's client, as root. It must touch nothing there.
+TEST_F(LauncherE2E, RefusesAHomeItsUserDoesNotOwnAndTouchesNothing) {
+    if (geteuid() != 0 || !scene_->User().drop)
+        GTEST_SKIP() << "needs root, to run the launcher for the home of the test account";
+    const std::string out = scene_->Dir() + "/refused";
+    const std::string run = "HOME=" + scene_->Home() + " " + scene_->Launcher() + " >" + out + " 2>&1";
+    EXPECT_EQ(0, std::system(run.c_str()));
+    EXPECT_TRUE(fs::is_empty(scene_->Home()));
+    EXPECT_NE(std::string::npos, readFile(out).find("launcher: not starting: home folder '" + scene_->Home() +
+                                                    "' belongs to uid " + std::to_string(scene_->User().uid)))
+        << readFile(out);
 }
 
 // A client that cannot be started is reported in the log, and the launcher still ends normally
