@@ -55,7 +55,7 @@ void ReadVersionFile(const ustring& path, ustring& major, ustring& minor, ustrin
 // A copy the launcher can stand on: the client executable is a regular file it may run, and INFO
 // reads, the way the upgrade decision reads it, with a build number. Only then may the backup
 // go; otherwise why says what is wrong.
-bool IsUsableCopy(const ustring& app_path, std::string& why) {
+bool CheckUsableCopy(const ustring& app_path, std::string& why) {
     const std::string exe = std::string(app_path.c_str()) + "/Contents/MacOS/cloud-ui";
     struct stat st;
     if (stat(exe.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || access(exe.c_str(), X_OK) != 0) {
@@ -73,6 +73,16 @@ bool IsUsableCopy(const ustring& app_path, std::string& why) {
         return false;
     }
     return true;
+}
+
+// The same, logging what is wrong.
+bool IsUsableCopy(const ustring& app_path) {
+    std::string why;
+    if (CheckUsableCopy(app_path, why))
+        return true;
+    Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] cloud-service(%d): the new copy is not usable: %s\n",
+                   __LINE__, why.c_str());
+    return false;
 }
 
 } // namespace
@@ -181,14 +191,7 @@ int Service::PrepareUserEnv() {
 
     // A package that unpacks cleanly but lacks the client or its version must not cost the user
     // the copy that works: it is rolled back like a failed unpack.
-    std::string why;
-    bool usable = ExtractPackage() == 0;
-    if (usable && !IsUsableCopy(app_path, why)) {
-        Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] cloud-service(%d): the new copy is not usable: %s\n",
-                       __LINE__, why.c_str());
-        usable = false;
-    }
-    if (usable) {
+    if (ExtractPackage() == 0 && IsUsableCopy(app_path)) {
         Logger::LogMsg(Logger::LEVEL_INFO, kComponent,
                        "[INFO] cloud-service(%d): user installation is ready, removing backup app\n", __LINE__);
         // Lower numbers are leftovers of killed runs that blocked the earlier attempts; number 0
