@@ -109,6 +109,11 @@ TEST_F(StopServiceTest, StopsThisUsersClientWithSigtermAndKillsOneThatIgnoresItA
     status = StopAndReap(StartClient(Velmora("Velmora.app_tmp3/Contents/MacOS/cloud-ui"), true), took);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
     EXPECT_GE(took, seconds(4));
+    // The kernel marks a program file that is gone since the client started.
+    const pid_t orphan = StartClient(Velmora("Velmora.app/Contents/MacOS/cloud-ui"), false);
+    fs::remove(Velmora("Velmora.app/Contents/MacOS/cloud-ui"));
+    status = StopAndReap(orphan, took);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
     // A client that is a script runs as its interpreter.
     const std::string script = Velmora("Velmora.app/Contents/MacOS/cloud-ui");
     Place(script, "", "#!/bin/sh\nwhile :; do sleep 1; done\n");
