@@ -37,13 +37,13 @@ protected:
     }
     std::string Velmora(const std::string& rel) const { return home_.path() + "/.Velmora/" + rel; }
     void WritePidFile(const std::string& content) { writeFile(Velmora("ui.pid"), content); }
-    // Puts a program at path, as a copy of an executable or as a script of the given text.
-    void Place(const std::string& path, const std::string& from, const std::string& script = "") {
+    // Puts a program at path: a copy of the executable from, or a script when from starts with "#!".
+    void Place(const std::string& path, const std::string& from) {
         fs::create_directories(fs::path(path).parent_path());
-        if (script.empty())
-            fs::copy_file(from, path, fs::copy_options::overwrite_existing);
+        if (from.rfind("#!", 0) == 0)
+            writeFile(path, from);
         else
-            writeFile(path, script);
+            fs::copy_file(from, path, fs::copy_options::overwrite_existing);
         fs::permissions(path, fs::perms::owner_all);
     }
     // Starts argv (as uid, when given) and names it in ui.pid.
@@ -54,11 +54,9 @@ protected:
         args.push_back(nullptr);
         const pid_t pid = fork();
         if (pid == 0) {
-            const int null = open("/dev/null", O_WRONLY);
-            dup2(null, 1);
+            dup2(open("/dev/null", O_WRONLY), 1);
             if (!user || (setgroups(0, nullptr) == 0 && setgid(user->pw_gid) == 0 && setuid(user->pw_uid) == 0))
                 execv(args[0], args.data());
-            perror(args[0]);
             _exit(127);
         }
         children_.push_back(pid);
@@ -85,10 +83,10 @@ protected:
         return pid;
     }
     // Runs StopService and returns the child's wait status, or -1 when it outlives the stop.
-    int StopAndReap(pid_t pid, steady_clock::duration& took) {
+    int StopAndReap(pid_t pid) {
         const auto start = steady_clock::now();
         MacService().StopService();
-        took = steady_clock::now() - start;
+        took_ = steady_clock::now() - start;
         auto& status = statuses_[pid];
         return status.wait_for(seconds(1)) == std::future_status::ready ? status.get() : -1;
     }
@@ -98,56 +96,50 @@ protected:
     TempDir logs_;
     std::vector<pid_t> children_;
     std::map<pid_t, std::future<int>> statuses_;
+    steady_clock::duration took_{};
 };
 
 // The client keeps running while the copy is moved aside, so it may run from a backup name.
 TEST_F(StopServiceTest, StopsThisUsersClientWithSigtermAndKillsOneThatIgnoresItAfterFiveSeconds) {
-    steady_clock::duration took;
-    int status = StopAndReap(StartClient(Velmora("Velmora.app/Contents/MacOS/cloud-ui"), false), took);
+    int status = StopAndReap(StartClient(Velmora("Velmora.app/Contents/MacOS/cloud-ui"), false));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-    EXPECT_LT(took, seconds(4));
-    status = StopAndReap(StartClient(Velmora("Velmora.app_tmp3/Contents/MacOS/cloud-ui"), true), took);
+    EXPECT_LT(took_, seconds(4));
+    status = StopAndReap(StartClient(Velmora("Velmora.app_tmp3/Contents/MacOS/cloud-ui"), true));
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
-    EXPECT_GE(took, seconds(4));
+    EXPECT_GE(took_, seconds(4));
     // The kernel marks a program file that is gone since the client started.
     const pid_t orphan = StartClient(Velmora("Velmora.app/Contents/MacOS/cloud-ui"), false);
     fs::remove(Velmora("Velmora.app/Contents/MacOS/cloud-ui"));
-    status = StopAndReap(orphan, took);
+    status = StopAndReap(orphan);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
     // A client that is a script runs as its interpreter.
     const std::string script = Velmora("Velmora.app/Contents/MacOS/cloud-ui");
-    Place(script, "", "#!/bin/sh\nwhile :; do sleep 1; done\n");
-    status = StopAndReap(Start({"/bin/sh", script}), took);
+    Place(script, "#!/bin/sh\nwhile :; do sleep 1; done\n");
+    status = StopAndReap(Start({"/bin/sh", script}));
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
 }
 
-// A stale ui.pid may name any program by now: one that is not the per-user client, or the client
-// file merely opened by another program, or a copy of the client elsewhere.
+// A stale ui.pid may name any program by now: one that is not the per-user client, the client's
+// file merely opened by another program, a copy of the client elsewhere, or, for root, the
+// per-user client run by another user.
 TEST_F(StopServiceTest, LeavesAnyOtherProgramNamedInThePidFileAlone) {
-    const std::string client = Velmora("Velmora.app/Contents/MacOS/cloud-ui");
-    Place(client, "", "#!/bin/sh\nexec sleep 30\n");
-    const std::string odd = home_.path() + "/odd\nname";
+    const std::string client = Velmora("Velmora.app/Contents/MacOS/cloud-ui"), odd = home_.path() + "/odd\nname";
+    Place(client, "#!/bin/sh\nexec sleep 30\n");
     Place(odd, "/bin/sleep");
     for (const std::vector<std::string>& argv :
          {std::vector<std::string>{"/bin/sleep", "30"}, {"/usr/bin/tail", "-f", client}, {odd, "30"}}) {
         SCOPED_TRACE(argv[0]);
-        steady_clock::duration took;
-        EXPECT_EQ(-1, StopAndReap(Start(argv), took));
+        EXPECT_EQ(-1, StopAndReap(Start(argv)));
     }
     EXPECT_TRUE(Logged("'/usr/bin/tail' as uid "));
     EXPECT_TRUE(Logged("runs '" + home_.path() + "/odd\\x0aname' as uid "));
-}
-
-TEST_F(StopServiceTest, LeavesTheClientCopyOfAnotherUserAlone) {
     const passwd* other = getpwnam("velmora-test");
     if (geteuid() != 0 || !other)
-        GTEST_SKIP() << "needs root and the account velmora-test (scripts/setup) to run a process as another user";
-    const std::string client = Velmora("Velmora.app/Contents/MacOS/cloud-ui");
+        GTEST_SKIP() << "another user's client needs root and the account velmora-test (scripts/setup)";
     Place(client, "/bin/sleep");
     for (fs::path p = client; p.string().size() >= home_.path().size(); p = p.parent_path())
         fs::permissions(p, fs::perms::others_exec, fs::perm_options::add);
-    steady_clock::duration took;
-    EXPECT_EQ(-1, StopAndReap(Start({client, "30"}, other), took));
+    EXPECT_EQ(-1, StopAndReap(Start({client, "30"}, other)));
 }
 
 TEST_F(StopServiceTest, NeverSignalsWithoutAUsablePid) {
