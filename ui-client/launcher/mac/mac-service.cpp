@@ -4,16 +4,19 @@
 #include <QDir>
 #include <QString>
 #include <QUrl>
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <fcntl.h>
 #include <limits>
 #include <string>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
+#include <vector>
 
 #include "config.h"
 #include "file-op.h"
@@ -67,23 +70,37 @@ std::string Escaped(const std::string& text) {
     return out;
 }
 
-// The script a process runs through an interpreter: one of the first two arguments after the
-// interpreter's name ("#!/bin/sh -e" adds one) that names a file whose "#!" line starts that
-// very program. An editor that merely has the client's file open does not run it.
-std::string ScriptOf(const fsplatform::ProcessRecord& record) {
+// The start of a file's first line; empty for anything but a regular file, which is never
+// waited on (an argument may name a FIFO).
+std::string FirstLine(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    struct stat st;
+    char buf[256];
+    ssize_t n = -1;
+    if (fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode))
+        n = read(fd, buf, sizeof(buf));
+    if (fd >= 0)
+        close(fd);
+    const std::string text = n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
+    return text.substr(0, text.find('\n'));
+}
+
+// The client among the process's first two arguments after the interpreter's name ("#!/bin/sh
+// -e" adds one) when it is a script whose "#!" line starts that very program: an editor that
+// merely has the client's file open does not run it. Empty when there is none.
+std::string ScriptOf(const fsplatform::ProcessRecord& record, const std::vector<std::string>& clients) {
     for (size_t i = 1; i < record.arguments.size() && i <= 2; ++i) {
         const std::string& arg = record.arguments[i];
         if (arg.empty() || (arg[0] != '/' && record.working_folder.empty()))
             continue;
-        const std::string path = arg[0] == '/' ? arg : record.working_folder + "/" + arg;
-        std::ifstream in(path, std::ios::binary);
-        std::string line;
-        if (!std::getline(in, line) || line.compare(0, 2, "#!") != 0)
+        const std::string path = RealPath(arg[0] == '/' ? arg : record.working_folder + "/" + arg);
+        if (std::find(clients.begin(), clients.end(), path) == clients.end())
             continue;
-        const size_t start = line.find_first_not_of(" \t", 2);
+        const std::string line = FirstLine(path);
+        const size_t start = line.compare(0, 2, "#!") == 0 ? line.find_first_not_of(" \t", 2) : std::string::npos;
         const size_t end = start == std::string::npos ? start : line.find_first_of(" \t\r", start);
         if (start != std::string::npos && RealPath(line.substr(start, end - start)) == record.program)
-            return RealPath(path);
+            return path;
     }
     return std::string();
 }
@@ -199,13 +216,14 @@ bool MacService::IsOwnClient(pid_t pid, const ustring& pid_file) {
     // The copy is moved aside while its client may still run, so a backup name counts too; a
     // program file that is gone can only be compared by the path it had.
     const std::string install = RealPath(GetUserVelmoraInstallPath().c_str());
-    const std::string script = ScriptOf(record);
-    bool client = false;
-    for (int i = 0; !AppFolderName(i).empty() && !client; ++i) {
+    std::vector<std::string> clients;
+    for (int i = 0; !AppFolderName(i).empty(); ++i) {
         const std::string name = AppFolderName(i).c_str();
-        const std::string exe = RealPath(install + name.substr(name.rfind('/')) + "/Contents/MacOS/cloud-ui");
-        client = exe == (record.program_deleted ? record.program : RealPath(record.program)) || exe == script;
+        clients.push_back(RealPath(install + name.substr(name.rfind('/')) + "/Contents/MacOS/cloud-ui"));
     }
+    const std::string program = record.program_deleted ? record.program : RealPath(record.program);
+    const std::string script = ScriptOf(record, clients);
+    const bool client = !script.empty() || std::find(clients.begin(), clients.end(), program) != clients.end();
     if (client && record.real_uid == geteuid())
         return true;
     const std::string runs = Escaped(script.empty() ? record.program : record.program + " " + script);

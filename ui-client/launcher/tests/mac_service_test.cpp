@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -133,6 +134,11 @@ TEST_F(StopServiceTest, LeavesAnyOtherProgramNamedInThePidFileAlone) {
     }
     EXPECT_TRUE(Logged("'/usr/bin/tail' as uid "));
     EXPECT_TRUE(Logged("runs '" + home_.path() + "/odd\\x0aname' as uid "));
+    // Nor does a FIFO at the client's name hold the launcher up.
+    fs::remove(client);
+    ASSERT_EQ(0, mkfifo(client.c_str(), 0600));
+    EXPECT_EQ(-1, StopAndReap(Start({"/bin/cat", client})));
+    fs::remove(client);
     const passwd* other = getpwnam("velmora-test");
     if (geteuid() != 0 || !other)
         GTEST_SKIP() << "another user's client needs root and the account velmora-test (scripts/setup)";
