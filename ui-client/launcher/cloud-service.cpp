@@ -2,19 +2,22 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
-#include <QSettings>
 #include <QString>
-#include <QVariant>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <new>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 #include "durability.h"
 #include "extractor.h"
 #include "file-op.h"
 #include "log.h"
 #include "qt_text.h"
+#include "version_file.h"
 #include "volume_space.h"
 
 namespace {
@@ -24,57 +27,65 @@ const char* const kComponent = "service_debug";
 // Backup names run from _tmp to _tmp9; a leftover of a killed run may hold any of them.
 const int kBackupAttempts = 10;
 
-void ReadVersionKey(QSettings& settings, const char* key, ustring& field) {
-    const QString name = QString::fromLatin1(key);
-    // An absent key keeps what the field held, so a half-written INFO file never blanks a
-    // value that an earlier read found.
-    if (settings.contains(name))
-        field = ToUtf8(settings.value(name).toString());
-}
-
-// Qt's INI reader hands every value that starts with '@' to Qt's type decoder when it first
-// reads a section, whatever key is asked for, and a corrupt serialised pen or list crashes or
-// throws inside Qt. INFO holds plain numbers, so a file that could hold such a value is damaged:
-// a literal '@', or an escape that makes one (hexadecimal "\x..", octal "\1..").
-bool MayHoldSerialisedValues(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+// Fills the fields from the file's "Version" section; false, with why set, when it is damaged.
+// An absent key keeps what its field held, so a half-written INFO file never blanks a value that
+// an earlier read found.
+bool ReadVersionSection(const std::string& path, ustring& major, ustring& minor, ustring& build, ustring& overlay,
+                        std::string& why) {
+    std::map<std::string, std::string> values;
+    if (!versionfile::ReadSection(
+            path, "Version", {"major_version", "minor_version", "build_version", "icon_overlay_version"}, values, why))
         return false;
-    const QByteArray text = file.readAll();
-    for (int i = 0; i < text.size(); ++i) {
-        if (text[i] == '@')
-            return true;
-        if (text[i] == '\\' && i + 1 < text.size() &&
-            (text[i + 1] == 'x' || (text[i + 1] >= '0' && text[i + 1] <= '7')))
-            return true;
-    }
-    return false;
-}
-
-// Fills the fields from the file's "Version" section; false when the file is damaged.
-bool ReadVersionSection(const QString& path, ustring& major, ustring& minor, ustring& build, ustring& overlay) {
-    try {
-        if (MayHoldSerialisedValues(path))
-            return false;
-        QSettings settings(path, QSettings::IniFormat);
-        settings.beginGroup(QStringLiteral("Version"));
-        ReadVersionKey(settings, "major_version", major);
-        ReadVersionKey(settings, "minor_version", minor);
-        ReadVersionKey(settings, "build_version", build);
-        ReadVersionKey(settings, "icon_overlay_version", overlay);
-        return true;
-    } catch (const std::bad_alloc&) {
-        // A file too large for memory throws while it is read.
-        return false;
-    }
+    const std::pair<const char*, ustring*> fields[] = {{"major_version", &major},
+                                                       {"minor_version", &minor},
+                                                       {"build_version", &build},
+                                                       {"icon_overlay_version", &overlay}};
+    for (const auto& field : fields)
+        if (values.count(field.first))
+            *field.second = values[field.first].c_str();
+    return true;
 }
 
 // A damaged INFO reads like a file without keys: it must never end the launcher before it has
 // opened the client.
 void ReadVersionFile(const ustring& path, ustring& major, ustring& minor, ustring& build, ustring& overlay) {
-    if (!ReadVersionSection(QString::fromUtf8(path.c_str()), major, minor, build, overlay))
+    std::string why;
+    if (!ReadVersionSection(path.c_str(), major, minor, build, overlay, why))
         Logger::LogMsg(Logger::LEVEL_WARNING, kComponent, "[WARNING] cloud-service(%d): unreadable version file '%s'\n",
                        __LINE__, path.c_str());
+}
+
+// A copy the launcher can stand on: the client executable is a regular file it may run, and INFO
+// reads, the way the upgrade decision reads it, with a build number. Only then may the backup
+// go; otherwise why says what is wrong.
+bool CheckUsableCopy(const ustring& app_path, std::string& why) {
+    const std::string exe = std::string(app_path.c_str()) + "/Contents/MacOS/cloud-ui";
+    struct stat st;
+    if (stat(exe.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || access(exe.c_str(), X_OK) != 0) {
+        why = "'" + exe + "' is not an executable file";
+        return false;
+    }
+    ustring major, minor, build, overlay;
+    const std::string info = std::string(app_path.c_str()) + "/Contents/Resources/INFO";
+    if (!ReadVersionSection(info, major, minor, build, overlay, why)) {
+        why = "'" + info + "' is damaged: " + why;
+        return false;
+    }
+    if (build.empty() || build[0] < '0' || build[0] > '9') {
+        why = "'" + info + "' holds no build number";
+        return false;
+    }
+    return true;
+}
+
+// The same, logging what is wrong.
+bool IsUsableCopy(const ustring& app_path) {
+    std::string why;
+    if (CheckUsableCopy(app_path, why))
+        return true;
+    Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] cloud-service(%d): the new copy is not usable: %s\n",
+                   __LINE__, why.c_str());
+    return false;
 }
 
 } // namespace
@@ -181,7 +192,9 @@ int Service::PrepareUserEnv() {
         }
     }
 
-    if (ExtractPackage() == 0) {
+    // A package that unpacks cleanly but lacks the client or its version must not cost the user
+    // the copy that works: it is rolled back like a failed unpack.
+    if (ExtractPackage() == 0 && IsUsableCopy(app_path)) {
         Logger::LogMsg(Logger::LEVEL_INFO, kComponent,
                        "[INFO] cloud-service(%d): user installation is ready, removing backup app\n", __LINE__);
         // Lower numbers are leftovers of killed runs that blocked the earlier attempts; number 0
@@ -239,6 +252,12 @@ int Service::ExtractPackage() {
     if (result == 0 && durability.Finish() != 0)
         return -1;
     return result;
+}
+
+ustring Service::AppFolderName(int index) const {
+    if (index == 0)
+        return user_app_path;
+    return index <= kBackupAttempts ? GetAppBackupDir(user_app_path, index - 1) : ustring();
 }
 
 void Service::RemoveLeftoverBackups() {

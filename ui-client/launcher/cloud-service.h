@@ -48,6 +48,10 @@ public:
     static ustring GetUserVelmoraDataInstallPath();
 
 protected:
+    // Names the per-user copy may be found under: index 0 is user_app_path itself, 1 to 10 its
+    // backup names (_tmp, _tmp1 to _tmp9). Empty past the last.
+    ustring AppFolderName(int index) const;
+
     // Removes backups that a killed run left beside the per-user copy. Only for when the copy
     // is known complete and current: while an upgrade is pending a backup may be the user's
     // only full copy.

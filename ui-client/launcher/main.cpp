@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "cloud-service.h"
+#include "home_check.h"
 #include "launcher.h"
 #include "log.h"
 #include "orvane_locale.h"
@@ -51,6 +52,10 @@ int main(int argc, char* argv[]) {
     fflush(stdout);
     // Qt aborts when its platform cannot start; the upgrade and the client do not need a window.
     const SessionPlatform platform = SessionPlatform::ChooseForThisSession(pluginPath);
+
+    // Before anything is created in the home folder: the single-instance lock may live there.
+    if (!HomeBelongsToUs())
+        return 0;
 
     QtSingleApplication app(argc, argv, true);
     // Before the worker runs: it opens the per-user client through the desktop services.

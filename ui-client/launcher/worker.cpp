@@ -4,6 +4,7 @@
 #include "log.h"
 #include "mac/mac-service.h"
 #include "str_table.h"
+#include "upgrade_lock.h"
 
 namespace {
 const char* const kComponent = "launcher_debug";
@@ -42,19 +43,24 @@ void Worker::JoinThread() {
 
 void Worker::HandleServicce() {
     Logger::LogMsg(Logger::LEVEL_DEBUG, kComponent, "[DEBUG] launcher(%d): running\n", __LINE__);
-    m_service->PreUpgrade();
-    const bool need = m_service->IsNeedUpgrade();
-    if (!need) {
-        Logger::LogMsg(Logger::LEVEL_DEBUG, kComponent, "[DEBUG] launcher(%d): no need to upgrade\n", __LINE__);
-    } else {
-        emit sigShowMsg();
-        if (m_service->HandlePackageUpgrade() == 0) {
-            emit sigUpdateProgress(100, 100);
-            emit sigSetLabelText(StrTable::LoadStr(390));
+    {
+        // Another launcher may be upgrading the same copy; once it is done, the decision is made
+        // afresh on what it left.
+        const UpgradeLock lock(Service::GetUserVelmoraInstallPath());
+        m_service->PreUpgrade();
+        const bool need = m_service->IsNeedUpgrade();
+        if (!need) {
+            Logger::LogMsg(Logger::LEVEL_DEBUG, kComponent, "[DEBUG] launcher(%d): no need to upgrade\n", __LINE__);
         } else {
-            // The rollback has put the old copy back; the user still gets a working client.
-            Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] launcher(%d): Failed to upgrade package\n",
-                           __LINE__);
+            emit sigShowMsg();
+            if (m_service->HandlePackageUpgrade() == 0) {
+                emit sigUpdateProgress(100, 100);
+                emit sigSetLabelText(StrTable::LoadStr(390));
+            } else {
+                // The rollback has put the old copy back; the user still gets a working client.
+                Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] launcher(%d): Failed to upgrade package\n",
+                               __LINE__);
+            }
         }
     }
     m_service->RemoveAgedFolders();

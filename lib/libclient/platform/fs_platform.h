@@ -2,6 +2,8 @@
 
 #include <dirent.h>
 #include <string>
+#include <sys/types.h>
+#include <vector>
 
 // The few file-system facilities that only macOS offers, behind functions of our own so that
 // the file operations are written once. Each platform provides one implementation file; the
@@ -42,5 +44,21 @@ int SyncVolume(const char* path);
 // readdir_r: 0 with *result null at the end, 0 with *result set for an entry. *result may point
 // into entry or into the stream's own buffer; it stays valid until the next call on the stream.
 int ReadDirEntry(DIR* dir, struct dirent* entry, struct dirent** result);
+
+// What the system records about a running process: the program file it runs, its arguments,
+// its working folder and its real user. On Linux the program is /proc/PID/exe; a program file
+// that was removed or replaced since it started keeps its old path, flagged program_deleted.
+struct ProcessRecord {
+    std::string program;
+    bool program_deleted = false;
+    std::vector<std::string> arguments;
+    std::string working_folder; // empty when the system does not tell
+    uid_t real_uid = 0;
+};
+
+// Fills record for process pid. ESRCH when there is no such process; EACCES or EPERM when the
+// system does not say what another user's process runs. Only a snapshot: the pid may be reused
+// at any moment after the call.
+int ReadProcessRecord(pid_t pid, ProcessRecord* record);
 
 } // namespace fsplatform

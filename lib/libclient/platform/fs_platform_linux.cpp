@@ -1,6 +1,7 @@
 #include "fs_platform.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -212,6 +213,65 @@ int ReadDirEntry(DIR* dir, struct dirent* /*entry*/, struct dirent** result) {
     *result = readdir(dir);
     if (!*result && errno != 0)
         return errno;
+    return 0;
+}
+
+} // namespace fsplatform
+
+namespace fsplatform {
+namespace {
+
+int ReadWhole(const std::string& path, std::string& text) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return errno ? errno : EACCES;
+    std::ostringstream out;
+    out << in.rdbuf();
+    text = out.str();
+    return 0;
+}
+
+int ReadLink(const std::string& path, std::string& target) {
+    char buf[PATH_MAX];
+    const ssize_t n = readlink(path.c_str(), buf, sizeof(buf));
+    if (n < 0)
+        return errno;
+    if (static_cast<size_t>(n) >= sizeof(buf))
+        return ENAMETOOLONG;
+    target.assign(buf, static_cast<size_t>(n));
+    return 0;
+}
+
+} // namespace
+
+int ReadProcessRecord(pid_t pid, ProcessRecord* record) {
+    const std::string dir = "/proc/" + std::to_string(pid);
+    std::string status, cmdline;
+    if (int err = ReadWhole(dir + "/status", status))
+        return err == ENOENT ? ESRCH : err;
+    const size_t uid_at = status.find("\nUid:");
+    if (uid_at == std::string::npos)
+        return EIO;
+    record->real_uid = static_cast<uid_t>(strtoul(status.c_str() + uid_at + 5, nullptr, 10));
+    if (int err = ReadLink(dir + "/exe", record->program))
+        return err == ENOENT ? ESRCH : err;
+    // The kernel marks a program file that is gone with this suffix on the path it had.
+    const std::string deleted = " (deleted)";
+    record->program_deleted =
+        record->program.size() > deleted.size() &&
+        record->program.compare(record->program.size() - deleted.size(), deleted.size(), deleted) == 0 &&
+        access(record->program.c_str(), F_OK) != 0;
+    if (record->program_deleted)
+        record->program.resize(record->program.size() - deleted.size());
+    if (ReadLink(dir + "/cwd", record->working_folder) != 0)
+        record->working_folder.clear();
+    record->arguments.clear();
+    if (ReadWhole(dir + "/cmdline", cmdline) == 0)
+        for (size_t at = 0; at < cmdline.size(); at = cmdline.find('\0', at) + 1) {
+            record->arguments.emplace_back(cmdline.c_str() + at);
+            if (cmdline.find('\0', at) == std::string::npos)
+                break;
+        }
     return 0;
 }
 

@@ -4,18 +4,24 @@
 #include <QDir>
 #include <QString>
 #include <QUrl>
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <limits>
+#include <string>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
+#include <vector>
 
 #include "config.h"
 #include "file-op.h"
 #include "log.h"
+#include "platform/fs_platform.h"
 
 namespace {
 
@@ -45,6 +51,58 @@ pid_t UsablePid(const ustring& text) {
     if (value <= 0 || value > static_cast<long>(std::numeric_limits<pid_t>::max()))
         return 0;
     return static_cast<pid_t>(value);
+}
+
+std::string RealPath(const std::string& path) {
+    char buf[PATH_MAX];
+    return realpath(path.c_str(), buf) ? std::string(buf) : path;
+}
+
+// For log lines: bytes outside printable ASCII become \xNN, so a crafted program name cannot
+// forge or break a line.
+std::string Escaped(const std::string& text) {
+    std::string out;
+    for (const unsigned char c : text) {
+        char hex[5];
+        snprintf(hex, sizeof(hex), "\\x%02x", c);
+        out += c >= 0x20 && c < 0x7f && c != '\\' ? std::string(1, static_cast<char>(c)) : std::string(hex);
+    }
+    return out;
+}
+
+// The start of a file's first line; empty for anything but a regular file, which is never
+// waited on (an argument may name a FIFO).
+std::string FirstLine(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    struct stat st;
+    char buf[256];
+    ssize_t n = -1;
+    if (fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode))
+        n = read(fd, buf, sizeof(buf));
+    if (fd >= 0)
+        close(fd);
+    const std::string text = n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
+    return text.substr(0, text.find('\n'));
+}
+
+// The client among the process's first two arguments after the interpreter's name ("#!/bin/sh
+// -e" adds one) when it is a script whose "#!" line starts that very program: an editor that
+// merely has the client's file open does not run it. Empty when there is none.
+std::string ScriptOf(const fsplatform::ProcessRecord& record, const std::vector<std::string>& clients) {
+    for (size_t i = 1; i < record.arguments.size() && i <= 2; ++i) {
+        const std::string& arg = record.arguments[i];
+        if (arg.empty() || (arg[0] != '/' && record.working_folder.empty()))
+            continue;
+        const std::string path = RealPath(arg[0] == '/' ? arg : record.working_folder + "/" + arg);
+        if (std::find(clients.begin(), clients.end(), path) == clients.end())
+            continue;
+        const std::string line = FirstLine(path);
+        const size_t start = line.compare(0, 2, "#!") == 0 ? line.find_first_not_of(" \t", 2) : std::string::npos;
+        const size_t end = start == std::string::npos ? start : line.find_first_of(" \t\r", start);
+        if (start != std::string::npos && RealPath(line.substr(start, end - start)) == record.program)
+            return path;
+    }
+    return std::string();
 }
 
 } // namespace
@@ -129,6 +187,8 @@ void MacService::StopService() {
                        pid_file.c_str(), value.c_str());
         return;
     }
+    if (!IsOwnClient(pid, pid_file))
+        return;
 
     if (kill(pid, SIGTERM) != 0) {
         const int err = errno;
@@ -143,6 +203,39 @@ void MacService::StopService() {
         sleep(1);
     }
     kill(pid, SIGKILL);
+}
+
+bool MacService::IsOwnClient(pid_t pid, const ustring& pid_file) {
+    fsplatform::ProcessRecord record;
+    const int err = fsplatform::ReadProcessRecord(pid, &record);
+    if (err == ESRCH)
+        return false; // already gone: nothing to stop, and nothing worth a line
+    if (err != 0) {
+        Logger::LogMsg(Logger::LEVEL_NOTE, kComponent,
+                       "[NOTE] mac/mac-service(%d): pid %d named in '%s' left alone: cannot tell what it runs (%s)\n",
+                       __LINE__, static_cast<int>(pid), pid_file.c_str(), strerror(err));
+        return false;
+    }
+    // The copy is moved aside while its client may still run, so a backup name counts too; a
+    // program file that is gone can only be compared by the path it had.
+    const std::string install = RealPath(GetUserVelmoraInstallPath().c_str());
+    std::vector<std::string> clients;
+    for (int i = 0; !AppFolderName(i).empty(); ++i) {
+        const std::string name = AppFolderName(i).c_str();
+        clients.push_back(RealPath(install + name.substr(name.rfind('/')) + "/Contents/MacOS/cloud-ui"));
+    }
+    const std::string program = record.program_deleted ? record.program : RealPath(record.program);
+    const std::string script = ScriptOf(record, clients);
+    const bool client = !script.empty() || std::find(clients.begin(), clients.end(), program) != clients.end();
+    if (client && record.real_uid == geteuid())
+        return true;
+    const std::string runs = Escaped(script.empty() ? record.program : record.program + " " + script);
+    Logger::LogMsg(Logger::LEVEL_NOTE, kComponent,
+                   "[NOTE] mac/mac-service(%d): pid %d named in '%s' runs '%s'%s as uid %u, not this user's "
+                   "client: left alone\n",
+                   __LINE__, static_cast<int>(pid), pid_file.c_str(), runs.c_str(),
+                   record.program_deleted ? " (deleted)" : "", static_cast<unsigned>(record.real_uid));
+    return false;
 }
 
 void MacService::PostUpgrade() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include "cloud-service.h"
 
 // The macOS steps of the upgrade: the decision, stopping the running client interface before
@@ -27,4 +29,9 @@ public:
     bool PerUserBinPathExist();
     // Asks the desktop to open ~/.Velmora/Velmora.app: 0 when it accepted, -1 otherwise.
     static int LaunchPerUserBin();
+
+private:
+    // Whether pid is this user's per-user client, the only process the upgrade may signal. Logs
+    // why any other process is left alone; false also when the process is already gone.
+    bool IsOwnClient(pid_t pid, const ustring& pid_file);
 };

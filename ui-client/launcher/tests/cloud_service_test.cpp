@@ -16,6 +16,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+const auto V = [](const std::string& build) { return "[Version]\nbuild_version=" + build + "\n"; };
+
 // Built inside a bundle of its own (two levels above the executable), whose Contents each case fills.
 class BundleTest : public ::testing::Test {
 protected:
@@ -30,6 +32,13 @@ protected:
         writeFile(App() + "/Contents/Info.plist", "old");
         writeFile(App() + "/Contents/Resources/only-old.txt", "user's copy");
     }
+    // A package of a client that can run: its executable and an INFO with a build number.
+    static ArchiveBuilder Client(const std::string& plist) {
+        ArchiveBuilder package;
+        package.file("Contents/Info.plist", plist).file("Contents/MacOS/cloud-ui", "#!/bin/sh\n", 0755);
+        return package.file("Contents/Resources/INFO", V("2"));
+    }
+    std::string Package() const { return contents_ + "/Resources/package/velmora.hpk"; }
     int argc_ = 1;
     char* argv_[1] = {const_cast<char*>("cloud_service_test")};
     QCoreApplication app_{argc_, argv_};
@@ -47,8 +56,7 @@ TEST_F(BundleTest, FailsWithoutAPackageAndKeepsWhatTheUnpackLeft) {
 
 // Backups that killed runs left are removed too, even by a run that had nothing to back up.
 TEST_F(BundleTest, InstallsThenReplacesPastABlockedBackupNameAndRemovesEveryBackup) {
-    ASSERT_TRUE(
-        ArchiveBuilder().file("Contents/Info.plist", "new").write(contents_ + "/Resources/package/velmora.hpk"));
+    ASSERT_TRUE(Client("new").write(Package()));
     writeFile(App() + "_tmp/stale", "left by a killed run");
     EXPECT_EQ(0, MacService().PrepareUserEnv());
     EXPECT_FALSE(exists(App() + "_tmp"));
@@ -63,10 +71,7 @@ TEST_F(BundleTest, InstallsThenReplacesPastABlockedBackupNameAndRemovesEveryBack
 // As its owner, not root: a copy holding a read-only folder must still be removable, or every
 // upgrade leaves one more backup until no name is left.
 TEST_F(BundleTest, UpgradesOfAPackageWithAReadOnlyFolderLeaveNoBackup) {
-    ASSERT_TRUE(ArchiveBuilder()
-                    .dir("Contents/ro", 0555)
-                    .file("Contents/ro/f", "x")
-                    .write(contents_ + "/Resources/package/velmora.hpk"));
+    ASSERT_TRUE(Client("x").dir("Contents/ro", 0555).file("Contents/ro/f", "x").write(Package()));
     OwnerOnly owner;
     for (const char* run : {"install", "first upgrade", "second upgrade"})
         EXPECT_EQ(0, MacService().PrepareUserEnv()) << run;
@@ -94,8 +99,7 @@ TEST_F(BundleTest, RemovalsThatFailAreLoggedAndWhatFailedIsKept) {
             return -1;
         }
     };
-    ASSERT_TRUE(
-        ArchiveBuilder().file("Contents/Info.plist", "new").write(contents_ + "/Resources/package/velmora.hpk"));
+    ASSERT_TRUE(Client("new").write(Package()));
     GiveAway(App() + "_tmp/theirs");
     {
         OwnerOnly owner;
@@ -109,6 +113,31 @@ TEST_F(BundleTest, RemovalsThatFailAreLoggedAndWhatFailedIsKept) {
     EXPECT_TRUE(Logged("failed to restore backup '" + App() + "_tmp1' -> '" + App() + "'\n"));
     EXPECT_EQ("not ours to take", readFile(App() + "_tmp/theirs/f"));
     EXPECT_EQ("new", readFile(App() + "_tmp1/Contents/Info.plist"));
+}
+
+// Unpacking cleanly is not enough: the backup goes only when a client that can run stands in its
+// place. A first install keeps what it unpacked, as after any failed first unpack.
+TEST_F(BundleTest, RollsBackACleanUnpackThatLeavesNoUsableClient) {
+    const std::pair<std::string, ArchiveBuilder> packages[] = {
+        {"no client", ArchiveBuilder().file("Contents/Resources/INFO", V("2"))},
+        {"client not executable", Client("x").file("Contents/MacOS/cloud-ui", "data", 0644)},
+        {"client a folder", ArchiveBuilder().dir("Contents/MacOS/cloud-ui").file("Contents/Resources/INFO", V("2"))},
+        {"no build number", Client("x").file("Contents/Resources/INFO", "[Version]\nbuild_version=abc\n")},
+        {"damaged INFO", Client("x").file("Contents/Resources/INFO", "[Version]\nbuild_version=@Variant()\n")}};
+    for (const auto& [name, package] : packages) {
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(package.write(Package()));
+        fs::remove_all(App());
+        EXPECT_EQ(-1, MacService().PrepareUserEnv());
+        EXPECT_TRUE(fs::exists(App() + "/Contents/Resources/INFO"));
+        WriteOldInstall();
+        const auto before = snapshot(App());
+        EXPECT_EQ(-1, MacService().PrepareUserEnv());
+        EXPECT_EQ(before, snapshot(App()));
+        EXPECT_FALSE(exists(App() + "_tmp"));
+    }
+    EXPECT_TRUE(Logged("the new copy is not usable: '" + App() + "/Contents/MacOS/cloud-ui' is not an executable"));
+    EXPECT_TRUE(Logged("the new copy is not usable: '" + App() + "/Contents/Resources/INFO' holds no build number\n"));
 }
 
 TEST_F(BundleTest, LeavesTheInstallationWhereItIsWhenNoBackupNameIsFree) {
@@ -164,7 +193,6 @@ TEST_F(BundleTest, CopyStopsAtTheFirstChildItCannotWriteAndSaysWhich) {
     EXPECT_FALSE(exists(Home("x")));
 }
 
-const auto V = [](const std::string& build) { return "[Version]\nbuild_version=" + build + "\n"; };
 // A serialised list claiming more elements than memory holds, which Qt would throw on.
 const std::string kImpossible = "[Version\n=@Variant(\\0\\0\\0\\xbr]\xb0)";
 // A serialised pen, which Qt's own reader can crash on, spelt with each way of writing its '@'
@@ -198,7 +226,11 @@ const DecisionCase kDecisions[] = {
     {"QuotedWithBlank", V("\" 42\""), "42", false, false},
     {"KeyOutsideTheSection", "build_version=99\n[Version]\nmajor_version=3\n", "50", true, false},
     {"OlderBundle", V("3487"), "3400", false, false},
-    {"ImpossibleSerialisedList", kImpossible, "1", true, true},
+    {"ImpossibleSerialisedListUnderAKeyNotRead", kImpossible, "1", true, false},
+    {"AtInComments", "; by me@example.org\n[Version]\n# @Variant(x)\nbuild_version=7\n", "7", false, false},
+    {"SerialisedPenInAnotherSection", "[Other]" + Pen("@", std::string(1, '\0')).substr(9) + V("7"), "7", false, false},
+    {"SerialisedPenInAnotherKey", "[Version]\npen=@Variant(\\0\\0\\0\\xad)\n" + V("7").substr(10), "7", false, false},
+    {"AtAfterTheBuildNumber", V("7 @x"), "7", false, false},
     {"SerialisedPen", Pen("@", std::string(1, '\0')), "1", true, true},
     {"SerialisedPenInHexEscapes", Pen("\\x40", "\\x0"), "1", true, true},
     {"SerialisedPenInOctalEscapes", Pen("\\100", "\\0"), "1", true, true},

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "file_tree.h"
 #include "launcher_scene.h"
@@ -92,9 +93,11 @@ TEST_F(LauncherE2E, InstallsOnceUpgradesToNewerBuildAndRollsBackBrokenPackage) {
 // up: a second launcher must leave it be; once the first is killed outright, its lock must not
 // keep the next one out, which then has to end the client with SIGKILL.
 TEST_F(LauncherE2E, SecondStartExitsAtOnceCrashedLauncherNeverBlocksAndStubbornClientIsKilled) {
-    const pid_t stubborn = scene_->Start({VELMORA_CLIENT "/Contents/MacOS/cloud-ui", "--ignore-sigterm"});
+    // Run from the per-user copy: the launcher stops no other program.
+    scene_->Install(VELMORA_CLIENT);
+    const pid_t stubborn = scene_->Start({scene_->App() + "/Contents/MacOS/cloud-ui", "--ignore-sigterm"});
     ASSERT_TRUE(Eventually([&] { return scene_->ClientPid() == stubborn; }));
-    Run({});
+    Run({"[DEBUG] launcher(N): no need to upgrade"});
     const std::string release = MakeRelease(build_ + 1);
 
     const pid_t first = scene_->Start({scene_->Launcher()});
@@ -109,6 +112,41 @@ TEST_F(LauncherE2E, SecondStartExitsAtOnceCrashedLauncherNeverBlocksAndStubbornC
     EXPECT_EQ(SIGKILL, scene_->Wait(stubborn).signal);
     EXPECT_EQ(snapshot(scene_->App()), snapshot(release));
     EXPECT_TRUE(Eventually([&] { return scene_->ClientRuns(build_ + 1); }));
+}
+
+// Two bundles on one machine (the installed one and an older copy in Downloads) started together
+// for one home: the single-instance rule is per executable, so only the lock on the per-user copy
+// keeps their upgrades apart. The one that waits decides again on what the other left.
+TEST_F(LauncherE2E, TwoBundlesStartedTogetherLeaveOneCleanCopyOfTheNewerPackage) {
+    const std::string older = scene_->Dir() + "/older", newer = scene_->Dir() + "/newer";
+    MakeClient(older, 1, build_ + 1, 1500);
+    MakeClient(newer, 2, build_ + 2, 1500);
+    scene_->Release(older);
+    const std::string downloads = scene_->Dir() + "/Downloads/Velmora.app";
+    fs::create_directories(downloads);
+    fs::copy(scene_->Dir() + "/Velmora.app", downloads, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    scene_->Release(newer);
+    const pid_t first = scene_->Start({downloads + "/Contents/MacOS/launcher"});
+    const pid_t second = scene_->Start({scene_->Launcher()});
+    const Scene::Exit one = scene_->Wait(first), other = scene_->Wait(second);
+    EXPECT_TRUE(one.clean) << one.output;
+    EXPECT_TRUE(other.clean) << other.output;
+    EXPECT_EQ("", Diff(snapshot(scene_->App()), snapshot(newer))) << scene_->Log();
+    EXPECT_TRUE(scene_->Leftovers().empty());
+}
+
+// Started as root with a user's HOME (su without -), the launcher would signal the pid named in a
+// file that user can write and start that user's client, as root. It must touch nothing there.
+TEST_F(LauncherE2E, RefusesAHomeItsUserDoesNotOwnAndTouchesNothing) {
+    if (geteuid() != 0 || !scene_->User().drop)
+        GTEST_SKIP() << "needs root, to run the launcher for the home of the test account";
+    const std::string out = scene_->Dir() + "/refused";
+    const std::string run = "HOME=" + scene_->Home() + " " + scene_->Launcher() + " >" + out + " 2>&1";
+    EXPECT_EQ(0, std::system(run.c_str()));
+    EXPECT_TRUE(fs::is_empty(scene_->Home()));
+    EXPECT_NE(std::string::npos, readFile(out).find("launcher: not starting: home folder '" + scene_->Home() +
+                                                    "' belongs to uid " + std::to_string(scene_->User().uid)))
+        << readFile(out);
 }
 
 // A client that cannot be started is reported in the log, and the launcher still ends normally

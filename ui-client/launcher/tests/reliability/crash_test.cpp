@@ -160,7 +160,10 @@ TEST_F(CrashTest, UnpackKilledHalfWayNeverLooksCurrent) {
     const long info = Find("open", app + "/Contents/Resources/INFO", client);
     ASSERT_TRUE(client && info) << "the client executable or INFO was never written";
     ASSERT_EQ(info, Find("open", app + "/", client)) << "INFO does not follow the client executable";
-    ASSERT_EQ(0, Find("open", app + "/", info)) << "files follow INFO in the package";
+    // The launcher reads INFO back to check the new copy before the backup goes; nothing else follows.
+    for (long at = Find("open", app + "/", info); at; at = Find("open", app + "/", at))
+        ASSERT_EQ(app + "/Contents/Resources/INFO", (*calls_)[static_cast<size_t>(at - 1)].path)
+            << "files follow INFO in the package";
     const long core = Find("open", app + "/Contents/Frameworks/Core.framework/Versions/A/Core");
     // Stopped at a write, a file is left with half of that write's bytes.
     for (const long at : {Find("write", "", core), Find("write", "", client), info, Find("write", "", info)})

@@ -1,13 +1,21 @@
 // The upgrade decision over what a killed run leaves behind: a cut INFO in the new copy, and
 // backup folders beside a copy that is already complete.
 
+#include <chrono>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <future>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "file_tree.h"
 #include "mac/mac-service.h"
 #include "temp_dir.h"
 
 using namespace testsupport;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -78,6 +86,32 @@ TEST_F(Decision, LeftoverBackupsGoOnlyWhenCopyNeedsNoUpgrade) {
     EXPECT_FALSE(copy.IsNeedUpgrade());
     EXPECT_EQ(0, backups_left());
     EXPECT_EQ("[Version]\nbuild_version=200\n", readFile(info_));
+}
+
+// Anything at the INFO's name but a regular file is damage (or a trap): a FIFO nobody writes,
+// a device without end, a folder. It must read as a file without keys at once, never hang the
+// launcher, whose single-instance lock would then keep every later start out too.
+TEST_F(Decision, InfoThatIsNoRegularFileReadsAsDamagedWithoutBlocking) {
+    writeFile(app_ + "/Contents/MacOS/cloud-ui", "");
+    fs::create_directories(fs::path(info_).parent_path());
+    const std::function<void()> make[] = {[&] { ASSERT_EQ(0, mkfifo(info_.c_str(), 0600)); },
+                                          [&] { fs::create_symlink("/dev/zero", info_); },
+                                          [&] { fs::create_directory(info_); }};
+    for (const auto& plant : make) {
+        fs::remove_all(info_);
+        plant();
+        SCOPED_TRACE(fs::status(info_).type() == fs::file_type::fifo ? "fifo" : info_);
+        auto need = std::async(std::launch::async, [] {
+            Copy copy;
+            copy.BundleBuild("1");
+            return copy.IsNeedUpgrade();
+        });
+        // A guard against a hang, not a speed target; a writer lets a blocked reader go.
+        if (need.wait_for(std::chrono::seconds(20)) != std::future_status::ready)
+            close(open(info_.c_str(), O_WRONLY | O_NONBLOCK));
+        EXPECT_EQ(std::future_status::ready, need.wait_for(std::chrono::seconds(0)));
+        EXPECT_TRUE(need.get());
+    }
 }
 
 } // namespace
