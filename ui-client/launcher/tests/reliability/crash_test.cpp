@@ -118,9 +118,10 @@ TEST_F(CrashTest, KillAtAnyMomentOfUpgradeEndsWithNewClientNoLeftoverAndClientOp
     const long backup = Find("rename", app), count = Find("open", scene_->Package());
     const long unpack = Find("open", scene_->Package(), count), removal = Find("remove", app + "_tmp/");
     const long total = static_cast<long>(calls_->size());
-    ASSERT_TRUE(backup && backup < count && count < unpack && unpack < removal) << "unexpected call order";
-    const Phase phases[] = {{"backup", backup, count},
-                            {"counting pass", count + 1, unpack},
+    ASSERT_TRUE(count && count < backup && backup < unpack && unpack < removal) << "unexpected call order";
+    // The package is counted, and measured against the volume, before the old copy is moved.
+    const Phase phases[] = {{"counting pass", count, backup},
+                            {"backup", backup + 1, unpack},
                             {"unpack", unpack + 1, removal},
                             {"backup removal", removal + 1, total}};
 

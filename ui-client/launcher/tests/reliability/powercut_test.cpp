@@ -131,14 +131,15 @@ TEST_F(PowerCut, PowerLostAtAnyMomentOfAnUpgradeLeavesTheNewClientAtTheNextStart
     const long backup = Find(upgrade_, "rename", app), count = Find(upgrade_, "open", scene_->Package());
     const long unpack = Find(upgrade_, "open", scene_->Package(), count);
     const long removal = Find(upgrade_, "remove", app + "_tmp/");
-    ASSERT_TRUE(backup && backup < count && count < unpack && unpack < removal && after_info_) << "unexpected calls";
+    ASSERT_TRUE(count && count < backup && backup < unpack && unpack < removal && after_info_) << "unexpected calls";
     struct Phase {
         const char* name;
         long first, last; // calls to stop before; 0: let the run end
         bool after_killed_run;
     };
-    const Phase phases[] = {{"backup", backup, count, false},
-                            {"counting pass", count + 1, unpack, false},
+    // The package is counted, and measured against the volume, before the old copy is moved.
+    const Phase phases[] = {{"counting pass", count, backup, false},
+                            {"backup", backup + 1, unpack, false},
                             {"unpack", unpack + 1, removal, false},
                             {"backup removal", removal + 1, static_cast<long>(upgrade_.size()), false},
                             {"after a complete upgrade", 0, 0, false},
