@@ -7,9 +7,7 @@
 // bundle's INFO.
 #include <QCoreApplication>
 #include <QDir>
-#include <QGuiApplication>
 #include <QString>
-#include <QtGlobal>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -66,39 +64,28 @@ struct Scene {
 // Destroyed at exit, which removes the scratch home and the log folder.
 std::unique_ptr<Scene> scene;
 
-// Qt's settings cache trusts a file's size and time, so every version written gets a time of
-// its own; otherwise a rewrite of equal length within one second would not be read again.
 void Place(const std::string& path, bool present, const std::string& content) {
-    static long stamp = 1000000000;
     if (!present) {
         unlink(path.c_str());
         return;
     }
     FUZZ_CHECK(testsupport::writeFile(path, content));
-    ++stamp;
-    const timespec times[2] = {{stamp, 0}, {stamp, 0}};
-    FUZZ_CHECK(utimensat(AT_FDCWD, path.c_str(), times, 0) == 0);
 }
 
 } // namespace
 
-// Qt answers an allocation that cannot be satisfied by throwing std::bad_alloc, after malloc has
-// returned null; AddressSanitizer would stop at the request itself. Failing the way a release
-// build fails shows whether our code survives it.
+// An allocation that cannot be satisfied throws std::bad_alloc in a release build, after malloc
+// has returned null; AddressSanitizer would stop at the request itself. Failing the way a
+// release build fails shows whether our code survives it.
 extern "C" const char* __asan_default_options() {
     return "allocator_may_return_null=1";
 }
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    // The launcher reads INFO with its interface application running, and Qt's INI reader
-    // decodes "@Variant(...)" values of any registered type, pictures and cursors among them,
-    // which need that application. A core application would make a picture value abort here
-    // where the launcher reads it without harm.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    new QGuiApplication(*argc, *argv);
-    // Qt's INI reader warns about every value it cannot turn into a type; a fatal message
-    // still aborts after the handler returns.
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    // The service finds the bundle and the home through the application object. INFO is read
+    // by the launcher's own reader, which hands Qt nothing to decode: a core application is
+    // enough, and a value that would need the interface application must not reach Qt at all.
+    new QCoreApplication(*argc, *argv);
     scene = std::make_unique<Scene>();
     // The service finds the bundle two levels above the executable; the build places this
     // target inside a bundle of its own.

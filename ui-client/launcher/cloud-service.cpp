@@ -285,6 +285,25 @@ void Service::RemoveLeftoverBackups() {
     }
 }
 
+void Service::FreeBackupNames() {
+    for (int n = 0; n < kBackupAttempts; ++n)
+        if (!IsFileExist(GetAppBackupDir(user_app_path, n), false))
+            return;
+    std::string why;
+    if (!CheckUsableCopy(user_app_path, why)) {
+        Logger::LogMsg(Logger::LEVEL_WARNING, kComponent,
+                       "[WARNING] cloud-service(%d): every backup name is taken, and the copy in place cannot run "
+                       "(%s): keeping the backups\n",
+                       __LINE__, why.c_str());
+        return;
+    }
+    Logger::LogMsg(Logger::LEVEL_WARNING, kComponent,
+                   "[WARNING] cloud-service(%d): every backup name is taken, and the copy in place can run: removing "
+                   "the leftover backups\n",
+                   __LINE__);
+    RemoveLeftoverBackups();
+}
+
 bool Service::NewCopyFits() {
     const ustring folder = GetUserVelmoraInstallPath();
     VolumeSpace space;

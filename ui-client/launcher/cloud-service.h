@@ -61,6 +61,10 @@ protected:
     // A package that cannot be measured, or a volume that cannot be read, is left to the unpack
     // to report.
     bool NewCopyFits();
+    // When every backup name is taken, no upgrade could move the copy aside again, ever. If the
+    // copy in place can run, the leftovers are redundant and go (once it is durable); otherwise
+    // they stay, since one of them may be the user's only complete client.
+    void FreeBackupNames();
 
     int timeout;
     ustring user_app_path;

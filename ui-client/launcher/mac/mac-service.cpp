@@ -151,6 +151,9 @@ bool MacService::IsNeedUpgrade() {
 }
 
 int MacService::HandlePackageUpgrade() {
+    // Leftovers that hold every backup name would make the refresh fail at every start; and
+    // they take room the new copy may need.
+    FreeBackupNames();
     // Before anything is stopped: a copy that cannot fit would interrupt the client for nothing.
     if (!NewCopyFits())
         return -1;

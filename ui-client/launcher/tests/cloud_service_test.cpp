@@ -148,6 +148,22 @@ TEST_F(BundleTest, LeavesTheInstallationWhereItIsWhenNoBackupNameIsFree) {
     EXPECT_EQ(-1, MacService().PrepareUserEnv());
     EXPECT_EQ(before, snapshot(App()));
     EXPECT_TRUE(Logged("failed to backup app from '" + App() + "' -> '" + App() + "_tmp9' at max retries, exiting\n"));
+
+    // A copy without a client to run keeps them through the upgrade too: one may be the only one.
+    ASSERT_TRUE(Client("new").write(Package()));
+    EXPECT_EQ(-1, MacService().HandlePackageUpgrade());
+    EXPECT_EQ("9", readFile(App() + "_tmp9/stale"));
+    // Once the copy in place can run they are redundant, and upgrades would otherwise stop for good.
+    ASSERT_TRUE(Client("old").write(Package()));
+    fs::remove_all(App());
+    ASSERT_EQ(0, MacService().PrepareUserEnv()); // installs, and removes _tmp
+    ASSERT_TRUE(Client("new").write(Package()));
+    for (const char* n : {"", "1", "2", "3", "4", "5", "6", "7", "8", "9"})
+        writeFile(App() + "_tmp" + n + "/stale", n);
+    EXPECT_EQ(0, MacService().HandlePackageUpgrade());
+    EXPECT_EQ("new", readFile(App() + "/Contents/Info.plist"));
+    for (const char* n : {"", "1", "2", "3", "4", "5", "6", "7", "8", "9"})
+        EXPECT_FALSE(exists(App() + "_tmp" + n)) << n;
 }
 
 // As an entry named "." once made of the new copy: the failed unpack leaves a link in its place.

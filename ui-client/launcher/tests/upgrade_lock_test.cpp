@@ -5,8 +5,7 @@
 #include <sys/stat.h>
 #include <thread>
 
-#include "file_tree.h"
-#include "log.h"
+#include "log_capture.h"
 #include "temp_dir.h"
 #include "upgrade_lock.h"
 
@@ -17,13 +16,9 @@ namespace {
 
 class UpgradeLockTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        writeFile(logs_ / "debug", "launcher_debug=7\n");
-        Logger::Initialize(Logger::TYPE_FILE, (logs_ / "log").c_str(), (logs_ / "debug").c_str(), 50);
-    }
-    void TearDown() override { Logger::Destroy(); }
-    bool Logged(const std::string& text) const { return readFile(logs_ / "log").find(text) != std::string::npos; }
+    bool Logged(const std::string& text) const { return log_.Logged(text); }
     TempDir home_, logs_;
+    LogCapture log_{logs_ / "log", "launcher_debug=7\n"};
     const std::string velmora_ = home_ / ".Velmora";
 };
 
