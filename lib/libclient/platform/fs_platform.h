@@ -61,4 +61,24 @@ struct ProcessRecord {
 // at any moment after the call.
 int ReadProcessRecord(pid_t pid, ProcessRecord* record);
 
+// A hold on one process that its pid cannot outlive: once taken, a signal sent through it reaches
+// that process or fails with ESRCH, never a newcomer that reuses the number (on Linux a pidfd;
+// where the system has none, the bare pid, with the old race). Closed by its destructor.
+class ProcessHold {
+public:
+    ProcessHold() = default;
+    ~ProcessHold();
+    ProcessHold(const ProcessHold&) = delete;
+    ProcessHold& operator=(const ProcessHold&) = delete;
+
+    // Takes the hold on pid: 0, or ESRCH when there is no such process.
+    int Open(pid_t pid);
+    // kill(2) through the hold, signal 0 included: 0, or the errno value.
+    int Signal(int sig) const;
+
+private:
+    pid_t pid_ = 0;
+    int fd_ = -1;
+};
+
 } // namespace fsplatform

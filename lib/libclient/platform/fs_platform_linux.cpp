@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include <strings.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
@@ -273,6 +275,30 @@ int ReadProcessRecord(pid_t pid, ProcessRecord* record) {
                 break;
         }
     return 0;
+}
+
+ProcessHold::~ProcessHold() {
+    if (fd_ >= 0)
+        close(fd_);
+}
+
+int ProcessHold::Open(pid_t pid) {
+    pid_ = pid;
+    // Through syscall(2): this C library's <sys/pidfd.h> declares its wrappers without C linkage.
+    fd_ = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+    if (fd_ >= 0)
+        return 0;
+    const int err = errno;
+    if (err == ESRCH)
+        return ESRCH;
+    // A kernel before 5.3, or a sandbox that forbids the call: the bare pid still works, as
+    // kill(2) always did. Whether the process exists is then the first signal's to tell.
+    return 0;
+}
+
+int ProcessHold::Signal(int sig) const {
+    const long r = fd_ >= 0 ? syscall(SYS_pidfd_send_signal, fd_, sig, nullptr, 0) : kill(pid_, sig);
+    return r == 0 ? 0 : errno;
 }
 
 } // namespace fsplatform

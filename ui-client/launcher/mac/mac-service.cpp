@@ -190,22 +190,25 @@ void MacService::StopService() {
                        pid_file.c_str(), value.c_str());
         return;
     }
-    if (!IsOwnClient(pid, pid_file))
+    // Held before the process is looked at: if it still lives after the look, what was read was
+    // its own, and every signal below reaches it alone, even should it end and its number be
+    // reused meanwhile.
+    fsplatform::ProcessHold process;
+    if (process.Open(pid) == ESRCH || !IsOwnClient(pid, pid_file) || process.Signal(0) == ESRCH)
         return;
 
-    if (kill(pid, SIGTERM) != 0) {
-        const int err = errno;
+    if (const int err = process.Signal(SIGTERM)) {
         if (err == ESRCH)
             return;
         Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] mac/mac-service(%d): kill: %s (%d)\n", __LINE__,
                        strerror(err), err);
     }
     for (int probe = 0; probe < kStopProbes; ++probe) {
-        if (kill(pid, 0) != 0 && errno == ESRCH)
+        if (process.Signal(0) == ESRCH)
             return;
         sleep(1);
     }
-    kill(pid, SIGKILL);
+    process.Signal(SIGKILL);
 }
 
 bool MacService::IsOwnClient(pid_t pid, const ustring& pid_file) {
