@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QString>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -89,6 +90,11 @@ bool IsUsableCopy(const ustring& app_path) {
 }
 
 } // namespace
+
+// The package the bundle ships, which the space check measures and the unpack reads.
+static ustring PackagePath() {
+    return Service::GetRootVelmoraResourceInstallPath() + "/package/velmora.hpk";
+}
 
 static ustring GetAppBackupDir(const ustring& app_path, int index) {
     ustring name = app_path + "_tmp";
@@ -232,7 +238,7 @@ int Service::PrepareUserEnv() {
 }
 
 int Service::ExtractPackage() {
-    const ustring package = GetRootVelmoraResourceInstallPath() + "/package/velmora.hpk";
+    const ustring package = PackagePath();
     const ustring dest = GetUserVelmoraAppInstallPath();
     if (FSMKDir(dest, true) < 0) {
         Logger::LogMsg(Logger::LEVEL_ERROR, kComponent, "[ERROR] cloud-service(%d): failed to create folder: '%s'\n",
@@ -314,10 +320,10 @@ bool Service::NewCopyFits() {
         return true;
     }
     Extractor extractor;
-    extractor.src = GetRootVelmoraResourceInstallPath() + "/package/velmora.hpk";
+    extractor.src = PackagePath();
     extractor.dest = GetUserVelmoraAppInstallPath();
     PackageFootprint footprint;
-    package_entries = extractor.Measure(space.block_size, footprint) > 0 ? footprint.entries : 0;
+    package_entries = std::max(0, extractor.Measure(space.block_size, footprint));
     if (package_entries == 0)
         return true;
     const unsigned long long bytes = VolumeSpace::BytesNeeded(footprint);

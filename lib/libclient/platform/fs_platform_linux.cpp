@@ -218,9 +218,6 @@ int ReadDirEntry(DIR* dir, struct dirent* /*entry*/, struct dirent** result) {
     return 0;
 }
 
-} // namespace fsplatform
-
-namespace fsplatform {
 namespace {
 
 int ReadWhole(const std::string& path, std::string& text) {

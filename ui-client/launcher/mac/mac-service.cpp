@@ -226,9 +226,11 @@ bool MacService::IsOwnClient(pid_t pid, const ustring& pid_file) {
     // program file that is gone can only be compared by the path it had.
     const std::string install = RealPath(GetUserVelmoraInstallPath().c_str());
     std::vector<std::string> clients;
-    for (int i = 0; !AppFolderName(i).empty(); ++i) {
-        const std::string name = AppFolderName(i).c_str();
-        clients.push_back(RealPath(install + name.substr(name.rfind('/')) + "/Contents/MacOS/cloud-ui"));
+    for (int i = 0;; ++i) {
+        const std::string folder = AppFolderName(i).c_str();
+        if (folder.empty())
+            break;
+        clients.push_back(RealPath(install + folder.substr(folder.rfind('/')) + "/Contents/MacOS/cloud-ui"));
     }
     const std::string program = record.program_deleted ? record.program : RealPath(record.program);
     const std::string script = ScriptOf(record, clients);
